@@ -1,0 +1,51 @@
+// The plug-in's two error regimes, as one mechanism.
+//
+// Every routine of the plug-in names its regime in its first line:
+//
+//   const ErrorRegime on_error = ErrorRegime::SkipFailingStatements();
+//       each statement runs as on_error([&] { ... }); a statement that raises is skipped, whatever it was
+//       to assign keeps its old value, and the routine goes on with its next statement.
+//
+//   const ErrorRegime on_error = ErrorRegime::EndAtFirstError();
+//       statements run the same way, but the first error leaves the routine: it propagates to the caller,
+//       whose own regime then decides (the import run skips the failed importer and goes on).
+//
+// Writing every statement through on_error(...) in both regimes keeps the two kinds of routine alike to
+// read; the regime in the first line is the one thing that differs.
+#pragma once
+
+#include <exception>
+#include <string>
+#include <utility>
+
+namespace cvimp {
+
+class ErrorRegime {
+ public:
+  static ErrorRegime SkipFailingStatements() { return ErrorRegime(true); }
+  static ErrorRegime EndAtFirstError() { return ErrorRegime(false); }
+
+  bool skips_failing_statements() const { return skip_; }
+
+  // Runs one statement under this regime. Returns true when it completed, false when it failed and was
+  // skipped; in the end-at-first-error regime a failure does not return here.
+  template <class Statement>
+  bool operator()(Statement&& statement) const {
+    if (!skip_) {
+      std::forward<Statement>(statement)();
+      return true;
+    }
+    try {
+      std::forward<Statement>(statement)();
+      return true;
+    } catch (const std::exception&) {
+      return false;
+    }
+  }
+
+ private:
+  explicit ErrorRegime(bool skip) : skip_(skip) {}
+  bool skip_;
+};
+
+}  // namespace cvimp

@@ -1,0 +1,90 @@
+// Manager: the plug-in object. The host creates it, hands it the HostApi, initialises it, reads the page
+// descriptor, reports page changes, starts the import and disposes of it (IImportPlugin). It owns the
+// session state that the table importers share: the catalogue document, the working recordset, the update
+// mode and the last statement text.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "catalog/document.h"
+#include "plugin/host_contract.h"
+#include "plugin/platform.h"
+#include "recordset/recordset.h"
+
+namespace cvimp::settings {
+class frmVelXMLSettings;
+}
+
+namespace cvimp::plugin {
+
+class Manager {
+ public:
+  explicit Manager(std::shared_ptr<Platform> platform);
+  ~Manager();  // disposes first when still initialised
+  Manager(const Manager&) = delete;
+  Manager& operator=(const Manager&) = delete;
+
+  // IImportPlugin. None of them reports a failure: each runs with failing statements skipped.
+  void Api(std::shared_ptr<HostApi> rhs);
+  void CancelImport(bool rhs);
+  void Dispose();
+  void ExecuteImport();
+  void Init(const std::string& data_source_id, const std::string& serialized_plugin_config,
+            const std::string& user_config);
+  std::string PagesConfig();
+  bool SelectedPageChanged(const std::string& new_page_key);
+  std::string UserConfig();
+
+  // Session state, read by the importers and by tests.
+  const std::shared_ptr<HostApi>& host_api() const { return host_api_; }
+  Platform& platform() const { return *platform_; }
+  const std::shared_ptr<catalog::Document>& catalog_document() const { return catalog_; }
+  recordset::Recordset* working_recordset() const { return working_.get(); }
+  std::int16_t update_mode() const { return update_mode_; }
+  const std::string& last_sql() const { return last_sql_; }
+  void set_last_sql(std::string sql) { last_sql_ = std::move(sql); }
+  bool initialised() const { return initialised_; }
+  bool import_started() const { return import_started_; }
+  bool cancel_requested() const { return cancel_requested_; }
+  const std::string& data_source_id() const { return data_source_id_; }
+  // The shared settings form (created on first touch).
+  settings::frmVelXMLSettings& Form() const;
+
+  // Key translation through the loaded catalogue.
+  std::int32_t TranslateKey(std::int32_t old_key, const std::string& section) const;
+  std::string FolderPath(std::int32_t folder_key) const;
+  std::string FolderName(std::int32_t folder_key) const;
+  std::string FolderParentKey(std::int32_t folder_key) const;
+
+  // Table importers of the reference data.
+  void ImportCurrencies();
+  void ImportDeliveryTimes();
+  void ImportMeasureUnits();
+  void ImportQuantityUnits();
+  void ImportRegions();
+  void ImportManufacturers();
+  void ImportKeywords();
+  void ImportKeywordRefs();
+
+ private:
+  std::string BuildPageDescriptor();
+  void RunImport();
+
+  std::shared_ptr<Platform> platform_;
+  std::shared_ptr<HostApi> host_api_;
+  std::string data_source_id_;
+  std::unique_ptr<catalog::Document> plugin_config_;
+  std::unique_ptr<catalog::Document> user_config_;
+  std::shared_ptr<catalog::Document> catalog_;
+  std::unique_ptr<recordset::Recordset> working_;
+  std::string page_descriptor_;
+  bool cancel_requested_ = false;
+  bool initialised_ = false;
+  bool import_started_ = false;
+  std::string last_sql_;
+  std::int16_t update_mode_ = 0;
+};
+
+}  // namespace cvimp::plugin
