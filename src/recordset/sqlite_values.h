@@ -1,0 +1,21 @@
+// Field values in and out of SQLite: how a field value is bound to a statement parameter and how a stored
+// value is read back as a value of the field's type.
+#pragma once
+
+#include <sqlite3.h>
+
+#include "common/value.h"
+#include "recordset/recordset.h"
+
+namespace cvimp::recordset {
+
+// Binds a field value: Null as NULL, text as text, whole numbers as integers, doubles as reals, Booleans
+// as -1 (True) and 0 (False). Returns SQLite's result code.
+int BindValue(sqlite3_stmt* statement, int parameter, const Value& value);
+
+// Reads result column `index` of the current row as a value of the field type of `column`: integers as
+// int32, int64 or int16, reals for DOUBLE and CURRENCY, -1/0 as Booleans, texts as texts. A stored value
+// that is not of the column's kind (text in an INTEGER column, say) is returned as it is stored.
+Value ReadValue(sqlite3_stmt* statement, int index, const Column& column);
+
+}  // namespace cvimp::recordset
