@@ -56,7 +56,7 @@ class Value {
   Storage v_;
 };
 
-// The text form of a value, as a field or a text conversion sees it: Null has none (nullopt); numbers in
+// The text form of a value, as a field or a text conversion sees it: Null gives the empty text; numbers in
 // plain decimal (NumberToText), Booleans as "True" / "False".
 std::string TextForm(const Value& value);
 
