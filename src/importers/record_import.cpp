@@ -1,0 +1,178 @@
+#include "importers/record_import.h"
+
+#include <algorithm>
+#include <cctype>
+#include <limits>
+
+#include "catalog/value_helpers.h"
+#include "common/error.h"
+#include "common/numeric.h"
+
+namespace cvimp::importers {
+namespace {
+
+bool SameName(std::string_view a, std::string_view b) {
+  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
+    return std::tolower(static_cast<unsigned char>(x)) == std::tolower(static_cast<unsigned char>(y));
+  });
+}
+
+bool Skipped(const TableImport& import, std::string_view field) {
+  return std::any_of(import.skipped.begin(), import.skipped.end(),
+                     [&](std::string_view s) { return SameName(s, field); });
+}
+
+const FieldRule* RuleFor(const TableImport& import, std::string_view field) {
+  for (const auto& [name, rule] : import.field_rules)
+    if (SameName(name, field)) return &rule;
+  return nullptr;
+}
+
+// A key part as read from the item: text through NzText, numbers through NzLong and narrowed to the part's
+// width (a value that does not fit is an overflow, as any narrowing is).
+Value ReadKeyPart(const catalog::Node& item, const KeyPart& part) {
+  const Value raw = item.GetAttribute(part.attribute);
+  if (part.kind == KeyPart::Kind::kText) return catalog::NzText(raw, "");
+  const std::int32_t n = catalog::NzLong(raw, 0);
+  if (part.bits == 16) {
+    if (n < std::numeric_limits<std::int16_t>::min() || n > std::numeric_limits<std::int16_t>::max())
+      throw Error(ErrorCode::kOverflow, "Overflow: " + std::to_string(n) + " does not fit a 16-bit key");
+    return static_cast<std::int16_t>(n);
+  }
+  return n;
+}
+
+bool ModeCreates(std::int16_t mode) { return mode == 0 || mode == 1; }
+bool ModeUpdates(std::int16_t mode, bool created_here) { return mode == 0 || mode == 2 || created_here; }
+
+}  // namespace
+
+recordset::Recordset& Item::recordset() const { return WorkingRecordset(manager); }
+
+recordset::Recordset& WorkingRecordset(const plugin::Manager& manager) {
+  recordset::Recordset* rs = manager.working_recordset();
+  if (!rs) throw Error(ErrorCode::kObjectRequired, "Object variable not set: no working recordset");
+  return *rs;
+}
+
+void ShowStatus(plugin::Manager& manager, std::string_view text) {
+  plugin::Use(plugin::Use(manager.host_api()).Services()).ShowProgress(0, 0, std::string(text), 0);
+}
+
+void ShowItemProgress(plugin::Manager& manager, std::size_t count, std::size_t position, std::string_view text) {
+  plugin::Use(plugin::Use(manager.host_api()).Services())
+      .ShowProgress(static_cast<std::int32_t>(count), static_cast<std::int32_t>(position), std::string(text), 0);
+}
+
+std::string SqlQuote(plugin::Manager& manager, const std::string& text) {
+  return plugin::Use(plugin::Use(plugin::Use(manager.host_api()).Tools()).GetStringTools()).SqlQuote(text);
+}
+
+std::string NewPkidText(const catalog::Node& item) {
+  std::string text = item.AttributeText("NewPKID");
+  if (text.empty()) throw Error(ErrorCode::kObjectRequired, "The item has no NewPKID");
+  return text;
+}
+
+std::string ItemsPath(std::string_view section) {
+  std::string s(section);
+  return "CalvoraCatalog/" + s + "/" + s + "Item";
+}
+
+std::string LookupStatement(plugin::Manager& manager, const TableImport& import, const std::vector<Value>& key) {
+  std::string sql = "SELECT * FROM " + std::string(import.section) + " WHERE ";
+  for (std::size_t i = 0; i < import.key.size(); ++i) {
+    const KeyPart& part = import.key[i];
+    if (i > 0) sql += " AND ";
+    sql += part.field;
+    if (part.kind == KeyPart::Kind::kText)
+      sql += "='" + SqlQuote(manager, key[i].text()) + "'";
+    else
+      sql += "=" + NumberToText(key[i].integer());
+  }
+  return sql;
+}
+
+void CopyField(plugin::Manager& manager, const recordset::Column& field, const catalog::Node& item) {
+  using recordset::DataType;
+  Value value;
+  switch (field.type) {
+    case DataType::kLongVarChar:
+    case DataType::kLongVarWChar:
+      value = catalog::NzText(item.SelectSingleNode(field.name).NodeValue(), "");
+      break;
+    case DataType::kInteger:
+    case DataType::kBigInt:
+      value = catalog::NzLong(item.GetAttribute(field.name), 0);
+      break;
+    case DataType::kDouble:
+      value = catalog::NzDouble(item.GetAttribute(field.name), 0.0);
+      break;
+    default:
+      value = catalog::NzText(item.GetAttribute(field.name), "");
+      break;
+  }
+  WorkingRecordset(manager).SetValue(field.name, value);
+}
+
+void RunTableImport(plugin::Manager& manager, const TableImport& import) {
+  const ErrorRegime& on_error = import.on_error;
+
+  if (!import.start_text.empty()) on_error([&] { ShowStatus(manager, import.start_text); });
+  catalog::NodeList items;
+  on_error([&] { items = plugin::Use(manager.catalog_document()).SelectNodes(ItemsPath(import.section)); });
+  const std::size_t count = items.size();
+
+  for (std::size_t i = 1; i <= count; ++i) {
+    Item item{manager, items[i - 1], std::vector<Value>(import.key.size()), 0, false};
+    on_error([&] { ShowItemProgress(manager, count, i, ""); });
+    item.created_here = false;
+    if (import.translates_keys) {
+      on_error([&] { item.own_pkid = catalog::NzLong(item.node.GetAttribute("PKID"), 0); });
+      on_error([&] { item.node.SetAttribute("NewPKID", item.own_pkid); });
+    }
+    for (std::size_t p = 0; p < import.key.size(); ++p)
+      on_error([&] { item.key[p] = ReadKeyPart(item.node, import.key[p]); });
+
+    std::string sql;
+    on_error([&] { sql = LookupStatement(manager, import, item.key); });
+    manager.set_last_sql(sql);
+    on_error([&] {
+      WorkingRecordset(manager).Open(sql, plugin::Use(manager.host_api()).Connection(),
+                                     recordset::CursorType::kKeyset, recordset::LockType::kOptimistic, -1);
+    });
+
+    if (!catalog::RecordFound(manager.working_recordset()) && ModeCreates(manager.update_mode())) {
+      on_error([&] {
+        if (import.create)
+          import.create(item);
+        else
+          WorkingRecordset(manager).AddNew(import.key.at(0).field, item.key.at(0));
+      });
+      on_error([&] { WorkingRecordset(manager).Update(); });
+      on_error([&] { WorkingRecordset(manager).MoveLast(); });
+      item.created_here = true;
+    }
+
+    if (catalog::RecordFound(manager.working_recordset()) &&
+        ModeUpdates(manager.update_mode(), item.created_here)) {
+      if (import.translates_keys)
+        on_error([&] { item.node.SetAttribute("NewPKID", WorkingRecordset(manager).GetValue("PKID")); });
+      std::size_t field_count = 0;
+      on_error([&] { field_count = WorkingRecordset(manager).FieldCount(); });
+      for (std::size_t f = 0; f < field_count; ++f) {
+        recordset::Column field;
+        if (!on_error([&] { field = WorkingRecordset(manager).FieldAt(f); })) continue;
+        if (Skipped(import, field.name)) continue;
+        if (const FieldRule* rule = RuleFor(import, field.name))
+          on_error([&] { (*rule)(item, field.name); });
+        else
+          on_error([&] { CopyField(manager, field, item.node); });
+      }
+      on_error([&] { WorkingRecordset(manager).Update(); });
+    }
+    on_error([&] { WorkingRecordset(manager).Close(); });
+  }
+}
+
+}  // namespace cvimp::importers

@@ -1,0 +1,96 @@
+// The record import pattern: the one loop that every table importer runs over the items of its catalogue
+// section. For each item it shows progress, reads the natural key, opens the working recordset on the lookup
+// statement, creates the record when it is missing and the update mode allows it, copies the item's values
+// field by field (CopyField, or a field's own rule), saves, notes NewPKID where the importer translates
+// keys, and closes the recordset.
+//
+// An importer is a TableImport: a declaration of its section, start text, natural key, skipped fields,
+// error regime and departures. Reading one tells what the importer does without re-reading the loop.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "catalog/document.h"
+#include "common/error_regime.h"
+#include "plugin/manager.h"
+#include "recordset/recordset.h"
+
+namespace cvimp::importers {
+
+// One part of a natural key: the item's attribute it is read from and the table field it is compared with.
+// A text part is read with NzText (default empty), passed through SqlQuote and compared in single quotes;
+// a number part is read with NzLong (default 0), narrowed to `bits`, and written in decimal without quotes.
+struct KeyPart {
+  enum class Kind { kText, kNumber };
+  Kind kind;
+  std::string_view attribute;
+  std::string_view field;
+  int bits = 32;
+
+  static KeyPart Text(std::string_view attribute, std::string_view field) {
+    return {Kind::kText, attribute, field};
+  }
+  static KeyPart Text(std::string_view name) { return Text(name, name); }
+  static KeyPart Number(std::string_view name, int bits = 32) { return {Kind::kNumber, name, name, bits}; }
+};
+
+// The item in hand, as the pattern and an importer's departures see it.
+struct Item {
+  plugin::Manager& manager;
+  catalog::Node node;
+  std::vector<Value> key;      // the natural key's values, one per KeyPart
+  std::int32_t own_pkid = 0;   // the item's PKID, for importers that translate keys
+  bool created_here = false;
+
+  recordset::Recordset& recordset() const;  // the Manager's working recordset, looked up at each use
+  const Value& key_value(std::size_t part = 0) const { return key.at(part); }
+};
+
+// How a field is written instead of by CopyField.
+using FieldRule = std::function<void(Item&, std::string_view field)>;
+// How a missing record is created (before the pattern saves it and moves to it).
+using CreateRule = std::function<void(Item&)>;
+
+struct TableImport {
+  std::string_view section{};               // catalogue section and table, e.g. "Currencies"
+  std::string_view start_text{};            // empty: the importer shows none of its own
+  std::vector<KeyPart> key{};               // the natural key, parts joined with " AND "
+  std::vector<std::string_view> skipped{};  // fields the copy leaves out
+  bool translates_keys = false;             // notes NewPKID on the item (see RunTableImport)
+  ErrorRegime on_error = ErrorRegime::EndAtFirstError();
+  CreateRule create{};                      // empty: add-new with the single key field set to the key
+  std::map<std::string, FieldRule, std::less<>> field_rules{};  // fields with a rule of their own
+};
+
+// Runs the pattern over the section's items.
+void RunTableImport(plugin::Manager& manager, const TableImport& import);
+
+// The lookup statement of an item: "SELECT * FROM <Table> WHERE <Field>='<quoted>'" (parts joined by " AND ").
+std::string LookupStatement(plugin::Manager& manager, const TableImport& import, const std::vector<Value>& key);
+
+// Copies one value of the item into the field of the working recordset's current record, by the field's type:
+// long text from the node value of the child the field name selects, whole numbers through NzLong, doubles
+// through NzDouble, everything else as text through NzText.
+void CopyField(plugin::Manager& manager, const recordset::Column& field, const catalog::Node& item);
+
+// Host calls shared by the importers, each on a freshly fetched HostServices.
+void ShowStatus(plugin::Manager& manager, std::string_view text);
+void ShowItemProgress(plugin::Manager& manager, std::size_t count, std::size_t position, std::string_view text);
+std::string SqlQuote(plugin::Manager& manager, const std::string& text);
+
+// The path of all items of a section: "CalvoraCatalog/<Section>/<Section>Item".
+std::string ItemsPath(std::string_view section);
+
+// The text of an item's NewPKID attribute, for lookups that read it directly; a missing item, or a NewPKID
+// that is absent or empty, is an error.
+std::string NewPkidText(const catalog::Node& item);
+
+// The working recordset, or the error that there is none.
+recordset::Recordset& WorkingRecordset(const plugin::Manager& manager);
+
+}  // namespace cvimp::importers

@@ -1,0 +1,128 @@
+// ExecuteImport: loads the catalogue chosen on the settings page, reads the user's choices from the form
+// and calls the table importers in their fixed order. The run skips whatever fails, statement by statement:
+// an importer ended by its first error returns here and the run goes on with the next step.
+#include "plugin/import_run.h"
+
+#include <array>
+#include <cctype>
+
+#include "common/error_regime.h"
+#include "importers/record_import.h"
+#include "settings/frm_vel_xml_settings.h"
+
+namespace cvimp::plugin {
+namespace {
+
+using C = ImportStep::Condition;
+
+ImportStep Status(std::string_view text) { return {text, {}, nullptr, C::kAlways}; }
+ImportStep Step(std::string_view section, void (Manager::*routine)() = nullptr, C condition = C::kAlways) {
+  return {{}, section, routine, condition};
+}
+
+const std::array<ImportStep, 43> kSteps = {
+    Step("Media", nullptr, C::kImportMedia),
+    Step("Folders"),
+    Step("Categories"),
+    Step("Products"),
+    Step("Products2Categories"),
+    Step("Pages"),
+    Step("Currencies", &Manager::ImportCurrencies),
+    Step("DeliveryTimes", &Manager::ImportDeliveryTimes),
+    Step("ExchangeDataProfiles"),
+    Step("MeasureUnits", &Manager::ImportMeasureUnits),
+    Step("Discounts"),
+    Step("PublishProfiles"),
+    Step("QuantityUnits", &Manager::ImportQuantityUnits),
+    Step("Element2Media", nullptr, C::kImportMedia),
+    Step("Regions", &Manager::ImportRegions, C::kRegionsSwitch),
+    Status("Importiere Zahl- und Versandarten"),
+    Step("PayMethods"),
+    Step("ShipMethods"),
+    Step("ShipMethodZones"),
+    Step("ShipMethodCalculators"),
+    Step("ShipMethodTables"),
+    Step("Pay2ShipMethodsExcl"),
+    Step("PayMethods2RegionsExcl"),
+    Step("Regions2ShipZones"),
+    Status("Importiere Varianten"),
+    Step("VariantTypes"),
+    Step("VariantValues"),
+    Step("VariantsSimple"),
+    Step("VariantsComplex"),
+    Status("Importiere Attribute"),
+    Step("AttributeClasses"),
+    Step("AttributeGroups"),
+    Step("Attributes"),
+    Step("Attributes2Class"),
+    Step("AttributeMultiValues"),
+    Step("Attributes2Product"),
+    Step("AttributeMultiValues2Product"),
+    Step("Bundles"),
+    Step("CrossRefs"),
+    Status("Importiere Stichworte"),
+    Step("Keywords", &Manager::ImportKeywords),
+    Step("KeywordRefs", &Manager::ImportKeywordRefs),
+    Step("Manufacturers", &Manager::ImportManufacturers),
+};
+
+bool LoadFailed(const catalog::Document* document) {
+  return document == nullptr || document->DocumentElement().empty() ||
+         document->DocumentElement().ChildNodes().size() < 1;
+}
+
+}  // namespace
+
+std::span<const ImportStep> ImportSteps() { return kSteps; }
+
+bool RegionsSwitchOn(std::string_view text) {
+  static constexpr std::string_view kTrue = "True";
+  if (text.size() != kTrue.size()) return false;
+  for (std::size_t i = 0; i < text.size(); ++i)
+    if (std::tolower(static_cast<unsigned char>(text[i])) != std::tolower(static_cast<unsigned char>(kTrue[i])))
+      return false;
+  return true;
+}
+
+void Manager::ExecuteImport() { RunImport(); }
+
+void Manager::RunImport() {
+  const auto on_error = ErrorRegime::SkipFailingStatements();
+
+  on_error([&] { importers::ShowStatus(*this, kTextInitialising); });
+  on_error([&] { catalog_ = std::make_shared<catalog::Document>(); });
+  on_error([&] { catalog_->Load(Form().CVCatPath()); });
+  on_error([&] {
+    if (LoadFailed(catalog_.get())) importers::ShowStatus(*this, kTextLoadFailed);
+  });
+  on_error([&] { importers::ShowStatus(*this, kTextStarting); });
+
+  import_started_ = true;
+  on_error([&] { Form().SaveUserSettings(); });
+  import_started_ = true;
+  on_error([&] { platform_->YieldToMessageLoop(); });
+
+  on_error([&] { working_ = recordset::NewRecordset(); });
+  on_error([&] { update_mode_ = Form().UpdateMode(); });
+
+  std::shared_ptr<TextCatalog> texts;
+  on_error([&] { texts = platform_->NewTextCatalog(); });
+  on_error([&] { Use(texts).Load(Use(Use(host_api_).Services()).TextSource(), 0); });
+
+  for (const ImportStep& step : kSteps) {
+    if (!step.status_text.empty()) {
+      on_error([&] { importers::ShowStatus(*this, step.status_text); });
+      continue;
+    }
+    bool wanted = step.condition == C::kAlways;
+    if (step.condition == C::kImportMedia) on_error([&] { wanted = Form().chkImportMedia().Value != settings::CheckBox::kUnchecked; });
+    if (step.condition == C::kRegionsSwitch)
+      on_error([&] { wanted = RegionsSwitchOn(Use(texts).GetText("impvelxml.config.regions")); });
+    if (wanted && step.routine) on_error([&] { (this->*step.routine)(); });
+  }
+
+  on_error([&] { importers::ShowStatus(*this, kTextFinished); });
+  texts.reset();  // dropped without Close
+}
+
+}  // namespace cvimp::plugin
