@@ -1,11 +1,15 @@
 // cvimport as a user runs it: a process against real database files and catalogue files.
+#include <signal.h>
 #include <sqlite3.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include <gmock/gmock.h>
@@ -270,6 +274,39 @@ TEST_F(CvimportTest, TheCatalogueIsRememberedInTheSettingsFile) {
     if (entry.is_regular_file()) settings += Slurp(entry.path());
   EXPECT_THAT(settings, HasSubstr("vel-xml-path"));
   EXPECT_THAT(settings, HasSubstr("reference-catalog.xml"));
+}
+
+
+TEST_F(CvimportTest, AProcessKilledDuringTheRunLeavesTheDatabaseAsItWas) {
+  ASSERT_EQ(Run({"init", db().string()}).exit_code, 0);
+  const fs::path catalog = dir_ / "big.xml";
+  {
+    std::ofstream out(catalog);
+    out << "<CalvoraCatalog><Keywords>";
+    for (int i = 1; i <= 300000; ++i) out << "<KeywordsItem PKID=\"" << i << "\" Keyword=\"k" << i << "\"/>";
+    out << "</Keywords></CalvoraCatalog>";
+  }
+  const std::string config = (dir_ / "config").string();
+  const pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    if (!freopen("/dev/null", "w", stdout)) _exit(127);
+    execl(CVIMPORT_PATH, CVIMPORT_PATH, "import", catalog.c_str(), "--db", db().c_str(), "--config-dir",
+          config.c_str(), static_cast<char*>(nullptr));
+    _exit(127);
+  }
+  // Kill it once the run has written some keywords into its open transaction.
+  std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+  int status = 0;
+  const bool finished_already = waitpid(child, &status, WNOHANG) == child;
+  if (!finished_already) {
+    kill(child, SIGKILL);
+    waitpid(child, &status, 0);
+  }
+  if (finished_already) GTEST_SKIP() << "the run finished before it could be killed";
+  EXPECT_TRUE(WIFSIGNALED(status));
+  EXPECT_EQ(Count("Keywords"), 0);
+  EXPECT_EQ(Query("PRAGMA integrity_check"), (Rows{{"ok"}}));
 }
 
 }  // namespace
