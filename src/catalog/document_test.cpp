@@ -8,22 +8,12 @@
 #include <vector>
 
 #include "common/error.h"
+#include "common/testing/raised_code.h"
 
 namespace cvimp::catalog {
 namespace {
 
-// The error number that `statement` raises, or 0 when it raises nothing.
-template <class Statement>
-int RaisedCode(Statement&& statement) {
-  try {
-    statement();
-  } catch (const Error& e) {
-    return static_cast<int>(e.code());
-  }
-  return 0;
-}
-
-constexpr int Code(ErrorCode code) { return static_cast<int>(code); }
+using cvimp::testing::RaisedCode;
 
 std::vector<std::string> Names(const NodeList& nodes) {
   std::vector<std::string> names;
@@ -379,16 +369,16 @@ TEST_F(CatalogDocument, UnionComesInDocumentOrder) {
 
 TEST_F(CatalogDocument, InvalidXPathRaisesInvalidArgument) {
   EXPECT_EQ(RaisedCode([&] { doc.SelectNodes("CalvoraCatalog/Products/ProductsItem[@PKID="); }),
-            Code(ErrorCode::kInvalidArgument));
-  EXPECT_EQ(RaisedCode([&] { doc.SelectSingleNode("]"); }), Code(ErrorCode::kInvalidArgument));
+            ErrorCode::kInvalidArgument);
+  EXPECT_EQ(RaisedCode([&] { doc.SelectSingleNode("]"); }), ErrorCode::kInvalidArgument);
   Node root = doc.DocumentElement();
-  EXPECT_EQ(RaisedCode([&] { root.SelectNodes(""); }), Code(ErrorCode::kInvalidArgument));
-  EXPECT_EQ(RaisedCode([&] { root.SelectSingleNode("Products["); }), Code(ErrorCode::kInvalidArgument));
+  EXPECT_EQ(RaisedCode([&] { root.SelectNodes(""); }), ErrorCode::kInvalidArgument);
+  EXPECT_EQ(RaisedCode([&] { root.SelectSingleNode("Products["); }), ErrorCode::kInvalidArgument);
 }
 
 TEST_F(CatalogDocument, ExpressionThatIsNoNodeSetRaisesInvalidArgument) {
-  EXPECT_EQ(RaisedCode([&] { doc.SelectNodes("count(//ProductsItem)"); }), Code(ErrorCode::kInvalidArgument));
-  EXPECT_EQ(RaisedCode([&] { doc.DocumentElement().SelectSingleNode("'text'"); }), Code(ErrorCode::kInvalidArgument));
+  EXPECT_EQ(RaisedCode([&] { doc.SelectNodes("count(//ProductsItem)"); }), ErrorCode::kInvalidArgument);
+  EXPECT_EQ(RaisedCode([&] { doc.DocumentElement().SelectSingleNode("'text'"); }), ErrorCode::kInvalidArgument);
 }
 
 // ---- Attributes ------------------------------------------------------------------------------------------------
@@ -420,8 +410,8 @@ TEST(DocumentAttributes, AttributeTextOfPresentAndEmptyAttributes) {
 TEST(DocumentAttributes, AttributeTextOfMissingAttributeRaisesObjectRequired) {
   Document doc;
   ASSERT_TRUE(doc.LoadXml("<r a=\"1\"/>"));
-  EXPECT_EQ(RaisedCode([&] { doc.DocumentElement().AttributeText("b"); }), Code(ErrorCode::kObjectRequired));
-  EXPECT_EQ(RaisedCode([&] { doc.SelectSingleNode("r/@a").AttributeText("a"); }), Code(ErrorCode::kObjectRequired));
+  EXPECT_EQ(RaisedCode([&] { doc.DocumentElement().AttributeText("b"); }), ErrorCode::kObjectRequired);
+  EXPECT_EQ(RaisedCode([&] { doc.SelectSingleNode("r/@a").AttributeText("a"); }), ErrorCode::kObjectRequired);
 }
 
 TEST(DocumentAttributes, SetAttributeAddsANewAttributeThatSelectionsSee) {
@@ -468,9 +458,9 @@ TEST(DocumentAttributes, SetAttributeWithAnInvalidNameRaisesInvalidArgument) {
   Document doc;
   ASSERT_TRUE(doc.LoadXml("<r/>"));
   Node r = doc.DocumentElement();
-  EXPECT_EQ(RaisedCode([&] { r.SetAttribute("", Value("x")); }), Code(ErrorCode::kInvalidArgument));
-  EXPECT_EQ(RaisedCode([&] { r.SetAttribute("1st", Value("x")); }), Code(ErrorCode::kInvalidArgument));
-  EXPECT_EQ(RaisedCode([&] { r.SetAttribute("a b", Value("x")); }), Code(ErrorCode::kInvalidArgument));
+  EXPECT_EQ(RaisedCode([&] { r.SetAttribute("", Value("x")); }), ErrorCode::kInvalidArgument);
+  EXPECT_EQ(RaisedCode([&] { r.SetAttribute("1st", Value("x")); }), ErrorCode::kInvalidArgument);
+  EXPECT_EQ(RaisedCode([&] { r.SetAttribute("a b", Value("x")); }), ErrorCode::kInvalidArgument);
   EXPECT_EQ(doc.SelectNodes("r/@*").size(), 0u);
 }
 
@@ -478,9 +468,9 @@ TEST(DocumentAttributes, SetAttributeOnANonElementRaisesInvalidArgument) {
   Document doc;
   ASSERT_TRUE(doc.LoadXml("<r a=\"1\">t</r>"));
   Node a = doc.SelectSingleNode("r/@a");
-  EXPECT_EQ(RaisedCode([&] { a.SetAttribute("b", Value("x")); }), Code(ErrorCode::kInvalidArgument));
+  EXPECT_EQ(RaisedCode([&] { a.SetAttribute("b", Value("x")); }), ErrorCode::kInvalidArgument);
   Node t = doc.SelectSingleNode("r/text()");
-  EXPECT_EQ(RaisedCode([&] { t.SetAttribute("b", Value("x")); }), Code(ErrorCode::kInvalidArgument));
+  EXPECT_EQ(RaisedCode([&] { t.SetAttribute("b", Value("x")); }), ErrorCode::kInvalidArgument);
 }
 
 // ---- Node values and text --------------------------------------------------------------------------------------
@@ -554,7 +544,7 @@ TEST(DocumentEmptyNode, TestsWorkAndEveryOperationRaisesObjectRequired) {
   EXPECT_TRUE(none.empty());
   EXPECT_FALSE(static_cast<bool>(none));
   EXPECT_FALSE(none.is_element());
-  const int required = Code(ErrorCode::kObjectRequired);
+  const ErrorCode required = ErrorCode::kObjectRequired;
   EXPECT_EQ(RaisedCode([&] { none.Name(); }), required);
   EXPECT_EQ(RaisedCode([&] { none.ChildNodes(); }), required);
   EXPECT_EQ(RaisedCode([&] { none.SelectNodes("*"); }), required);
@@ -570,7 +560,7 @@ TEST(DocumentEmptyNode, TestsWorkAndEveryOperationRaisesObjectRequired) {
 TEST(DocumentEmptyNode, DocumentElementOfAFailedLoadIsEmpty) {
   Document doc;
   ASSERT_FALSE(doc.LoadXml("<CalvoraCatalog>"));
-  EXPECT_EQ(RaisedCode([&] { doc.DocumentElement().ChildNodes(); }), Code(ErrorCode::kObjectRequired));
+  EXPECT_EQ(RaisedCode([&] { doc.DocumentElement().ChildNodes(); }), ErrorCode::kObjectRequired);
 }
 
 }  // namespace

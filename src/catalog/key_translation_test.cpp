@@ -7,21 +7,12 @@
 #include <string>
 
 #include "common/error.h"
+#include "common/testing/raised_code.h"
 
 namespace cvimp::catalog {
 namespace {
 
-template <class Statement>
-int RaisedCode(Statement&& statement) {
-  try {
-    statement();
-  } catch (const Error& e) {
-    return static_cast<int>(e.code());
-  }
-  return 0;
-}
-
-constexpr int Code(ErrorCode code) { return static_cast<int>(code); }
+using cvimp::testing::RaisedCode;
 
 class KeyTranslation : public ::testing::Test {
  protected:
@@ -81,12 +72,12 @@ TEST_F(KeyTranslation, NewPkidWrittenThroughTheDocumentIsFound) {
 
 TEST_F(KeyTranslation, MissingItemRaisesObjectRequired) {
   Load(R"(<CalvoraCatalog><Products><ProductsItem PKID="17" NewPKID="5"/></Products></CalvoraCatalog>)");
-  EXPECT_EQ(RaisedCode([&] { TranslateKey(doc, 18, "Products"); }), Code(ErrorCode::kObjectRequired));
+  EXPECT_EQ(RaisedCode([&] { TranslateKey(doc, 18, "Products"); }), ErrorCode::kObjectRequired);
 }
 
 TEST_F(KeyTranslation, MissingSectionRaisesObjectRequired) {
   Load(R"(<CalvoraCatalog><Products><ProductsItem PKID="17" NewPKID="5"/></Products></CalvoraCatalog>)");
-  EXPECT_EQ(RaisedCode([&] { TranslateKey(doc, 17, "Categories"); }), Code(ErrorCode::kObjectRequired));
+  EXPECT_EQ(RaisedCode([&] { TranslateKey(doc, 17, "Categories"); }), ErrorCode::kObjectRequired);
 }
 
 TEST_F(KeyTranslation, LooksOnlyInTheNamedSection) {
@@ -100,7 +91,7 @@ TEST_F(KeyTranslation, LooksOnlyInTheNamedSection) {
 
 TEST_F(KeyTranslation, RootOfAnotherNameRaisesObjectRequired) {
   Load(R"(<OtherCatalog><Products><ProductsItem PKID="17" NewPKID="5"/></Products></OtherCatalog>)");
-  EXPECT_EQ(RaisedCode([&] { TranslateKey(doc, 17, "Products"); }), Code(ErrorCode::kObjectRequired));
+  EXPECT_EQ(RaisedCode([&] { TranslateKey(doc, 17, "Products"); }), ErrorCode::kObjectRequired);
 }
 
 TEST_F(KeyTranslation, DuplicatePkidTranslatesByTheFirstItem) {
@@ -143,7 +134,7 @@ TEST_F(KeyTranslation, NegativeAndExtremeKeys) {
 
 TEST_F(KeyTranslation, SectionNameThatMakesNoPathRaisesInvalidArgument) {
   Load(R"(<CalvoraCatalog/>)");
-  EXPECT_EQ(RaisedCode([&] { TranslateKey(doc, 1, "Bad[Name"); }), Code(ErrorCode::kInvalidArgument));
+  EXPECT_EQ(RaisedCode([&] { TranslateKey(doc, 1, "Bad[Name"); }), ErrorCode::kInvalidArgument);
 }
 
 // ---- FolderName and FolderParentKey ----------------------------------------------------------------------
@@ -168,7 +159,7 @@ TEST_F(KeyTranslation, FolderNameAndParentKeyAreTheAttributeTexts) {
 
 TEST_F(KeyTranslation, FolderLookupComparesTheKeyAsText) {
   Load(kFolders);
-  EXPECT_EQ(RaisedCode([&] { FolderName(doc, 7); }), Code(ErrorCode::kObjectRequired));
+  EXPECT_EQ(RaisedCode([&] { FolderName(doc, 7); }), ErrorCode::kObjectRequired);
 }
 
 TEST_F(KeyTranslation, FolderLookupFindsTheFirstOfDuplicates) {
@@ -179,15 +170,15 @@ TEST_F(KeyTranslation, FolderLookupFindsTheFirstOfDuplicates) {
 
 TEST_F(KeyTranslation, MissingFolderRaisesObjectRequired) {
   Load(kFolders);
-  EXPECT_EQ(RaisedCode([&] { FolderName(doc, 99); }), Code(ErrorCode::kObjectRequired));
-  EXPECT_EQ(RaisedCode([&] { FolderParentKey(doc, 99); }), Code(ErrorCode::kObjectRequired));
-  EXPECT_EQ(RaisedCode([&] { FolderName(doc, 0); }), Code(ErrorCode::kObjectRequired));
+  EXPECT_EQ(RaisedCode([&] { FolderName(doc, 99); }), ErrorCode::kObjectRequired);
+  EXPECT_EQ(RaisedCode([&] { FolderParentKey(doc, 99); }), ErrorCode::kObjectRequired);
+  EXPECT_EQ(RaisedCode([&] { FolderName(doc, 0); }), ErrorCode::kObjectRequired);
 }
 
 TEST_F(KeyTranslation, MissingFolderAttributeRaisesObjectRequired) {
   Load(kFolders);
-  EXPECT_EQ(RaisedCode([&] { FolderName(doc, 4); }), Code(ErrorCode::kObjectRequired));
-  EXPECT_EQ(RaisedCode([&] { FolderParentKey(doc, 5); }), Code(ErrorCode::kObjectRequired));
+  EXPECT_EQ(RaisedCode([&] { FolderName(doc, 4); }), ErrorCode::kObjectRequired);
+  EXPECT_EQ(RaisedCode([&] { FolderParentKey(doc, 5); }), ErrorCode::kObjectRequired);
 }
 
 // ---- FolderPath --------------------------------------------------------------------------------------------
@@ -210,19 +201,19 @@ TEST_F(KeyTranslation, FolderWithEmptyNameGivesSlash) {
 
 TEST_F(KeyTranslation, FolderPathOfKeyZeroRaisesInvalidArgument) {
   Load(kFolders);
-  EXPECT_EQ(RaisedCode([&] { FolderPath(doc, 0); }), Code(ErrorCode::kInvalidArgument));
+  EXPECT_EQ(RaisedCode([&] { FolderPath(doc, 0); }), ErrorCode::kInvalidArgument);
 }
 
 TEST_F(KeyTranslation, FolderPathOfMissingFolderOrAttributeRaisesObjectRequired) {
   Load(kFolders);
-  EXPECT_EQ(RaisedCode([&] { FolderPath(doc, 99); }), Code(ErrorCode::kObjectRequired));
-  EXPECT_EQ(RaisedCode([&] { FolderPath(doc, 4); }), Code(ErrorCode::kObjectRequired));
-  EXPECT_EQ(RaisedCode([&] { FolderPath(doc, 5); }), Code(ErrorCode::kObjectRequired));
+  EXPECT_EQ(RaisedCode([&] { FolderPath(doc, 99); }), ErrorCode::kObjectRequired);
+  EXPECT_EQ(RaisedCode([&] { FolderPath(doc, 4); }), ErrorCode::kObjectRequired);
+  EXPECT_EQ(RaisedCode([&] { FolderPath(doc, 5); }), ErrorCode::kObjectRequired);
 }
 
 TEST_F(KeyTranslation, FolderPathWithMissingParentRaisesObjectRequired) {
   Load(R"(<CalvoraCatalog><Folders><FoldersItem PKID="2" Name="B" ParentFolderFKID="1"/></Folders></CalvoraCatalog>)");
-  EXPECT_EQ(RaisedCode([&] { FolderPath(doc, 2); }), Code(ErrorCode::kObjectRequired));
+  EXPECT_EQ(RaisedCode([&] { FolderPath(doc, 2); }), ErrorCode::kObjectRequired);
 }
 
 TEST_F(KeyTranslation, FolderPathWithEmptyOrNonNumericParentRaisesTypeMismatch) {
@@ -230,15 +221,15 @@ TEST_F(KeyTranslation, FolderPathWithEmptyOrNonNumericParentRaisesTypeMismatch) 
             <FoldersItem PKID="1" Name="A" ParentFolderFKID=""/>
             <FoldersItem PKID="2" Name="B" ParentFolderFKID="x"/>
           </Folders></CalvoraCatalog>)");
-  EXPECT_EQ(RaisedCode([&] { FolderPath(doc, 1); }), Code(ErrorCode::kTypeMismatch));
-  EXPECT_EQ(RaisedCode([&] { FolderPath(doc, 2); }), Code(ErrorCode::kTypeMismatch));
+  EXPECT_EQ(RaisedCode([&] { FolderPath(doc, 1); }), ErrorCode::kTypeMismatch);
+  EXPECT_EQ(RaisedCode([&] { FolderPath(doc, 2); }), ErrorCode::kTypeMismatch);
 }
 
 TEST_F(KeyTranslation, FolderPathWithOversizedParentRaisesOverflow) {
   Load(R"(<CalvoraCatalog><Folders>
             <FoldersItem PKID="1" Name="A" ParentFolderFKID="2147483648"/>
           </Folders></CalvoraCatalog>)");
-  EXPECT_EQ(RaisedCode([&] { FolderPath(doc, 1); }), Code(ErrorCode::kOverflow));
+  EXPECT_EQ(RaisedCode([&] { FolderPath(doc, 1); }), ErrorCode::kOverflow);
 }
 
 TEST_F(KeyTranslation, FolderPathParentKeyIsRoundedLikeAnyNumber) {
@@ -255,13 +246,13 @@ TEST_F(KeyTranslation, FolderPathOnALoopingChainRaisesInsteadOfRunningForever) {
             <FoldersItem PKID="2" Name="B" ParentFolderFKID="1"/>
             <FoldersItem PKID="3" Name="C" ParentFolderFKID="2"/>
           </Folders></CalvoraCatalog>)");
-  EXPECT_EQ(RaisedCode([&] { FolderPath(doc, 3); }), Code(ErrorCode::kInvalidArgument));
-  EXPECT_EQ(RaisedCode([&] { FolderPath(doc, 1); }), Code(ErrorCode::kInvalidArgument));
+  EXPECT_EQ(RaisedCode([&] { FolderPath(doc, 3); }), ErrorCode::kInvalidArgument);
+  EXPECT_EQ(RaisedCode([&] { FolderPath(doc, 1); }), ErrorCode::kInvalidArgument);
 }
 
 TEST_F(KeyTranslation, FolderPathOnAFolderThatIsItsOwnParentRaises) {
   Load(R"(<CalvoraCatalog><Folders><FoldersItem PKID="1" Name="A" ParentFolderFKID="1"/></Folders></CalvoraCatalog>)");
-  EXPECT_EQ(RaisedCode([&] { FolderPath(doc, 1); }), Code(ErrorCode::kInvalidArgument));
+  EXPECT_EQ(RaisedCode([&] { FolderPath(doc, 1); }), ErrorCode::kInvalidArgument);
 }
 
 TEST_F(KeyTranslation, FolderPathMayUseEveryFolderOnce) {
@@ -280,7 +271,7 @@ TEST_F(KeyTranslation, FolderPathReadsFoldersOnlyFromTheFoldersSection) {
             <Folders><FoldersItem PKID="2" Name="B" ParentFolderFKID="1"/></Folders>
             <Other><FoldersItem PKID="1" Name="A" ParentFolderFKID="0"/></Other>
           </CalvoraCatalog>)");
-  EXPECT_EQ(RaisedCode([&] { FolderPath(doc, 2); }), Code(ErrorCode::kObjectRequired));
+  EXPECT_EQ(RaisedCode([&] { FolderPath(doc, 2); }), ErrorCode::kObjectRequired);
 }
 
 }  // namespace

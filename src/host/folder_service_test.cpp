@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "common/testing/raised_code.h"
+
 #include <map>
 
 #include "common/error.h"
@@ -46,15 +48,7 @@ class FoldersConnection : public recordset::Connection {
   std::vector<std::string> queries;
 };
 
-ErrorCode CodeOf(const std::function<void()>& statement) {
-  try {
-    statement();
-  } catch (const Error& e) {
-    return e.code();
-  }
-  ADD_FAILURE() << "no cvimp::Error";
-  return ErrorCode::kInvalidArgument;
-}
+using cvimp::testing::RaisedCode;
 
 class CliFolderServiceTest : public ::testing::Test {
  protected:
@@ -107,13 +101,13 @@ TEST_F(CliFolderServiceTest, FieldNamesAreFoundWithoutRegardToCase) {
 }
 
 TEST_F(CliFolderServiceTest, MissingFolderIsAnError) {
-  EXPECT_EQ(CodeOf([&] { folders.HostFolderPath("4"); }), ErrorCode::kNotFound);
-  EXPECT_EQ(CodeOf([&] { folders.HostFolderPath("0"); }), ErrorCode::kNotFound);
+  EXPECT_EQ(RaisedCode([&] { folders.HostFolderPath("4"); }), ErrorCode::kNotFound);
+  EXPECT_EQ(RaisedCode([&] { folders.HostFolderPath("0"); }), ErrorCode::kNotFound);
 }
 
 TEST_F(CliFolderServiceTest, MissingParentFolderIsAnError) {
   db->Add(2, "B", std::int32_t{1});
-  EXPECT_EQ(CodeOf([&] { folders.HostFolderPath("2"); }), ErrorCode::kNotFound);
+  EXPECT_EQ(RaisedCode([&] { folders.HostFolderPath("2"); }), ErrorCode::kNotFound);
 }
 
 TEST_F(CliFolderServiceTest, ParentChainThatLoopsIsAnError) {
@@ -121,25 +115,25 @@ TEST_F(CliFolderServiceTest, ParentChainThatLoopsIsAnError) {
   db->Add(2, "B", std::int32_t{1});
   db->Add(3, "C", std::int32_t{2});
   db->Add(4, "Selbst", std::int32_t{4});
-  EXPECT_EQ(CodeOf([&] { folders.HostFolderPath("3"); }), ErrorCode::kInvalidArgument);
+  EXPECT_EQ(RaisedCode([&] { folders.HostFolderPath("3"); }), ErrorCode::kInvalidArgument);
   EXPECT_EQ(db->queries.size(), 3u);
-  EXPECT_EQ(CodeOf([&] { folders.HostFolderPath("4"); }), ErrorCode::kInvalidArgument);
+  EXPECT_EQ(RaisedCode([&] { folders.HostFolderPath("4"); }), ErrorCode::kInvalidArgument);
 }
 
 TEST_F(CliFolderServiceTest, KeyThatIsNotANumberIsRefusedWithoutAQuery) {
-  EXPECT_EQ(CodeOf([&] { folders.HostFolderPath("1 OR 1=1"); }), ErrorCode::kInvalidArgument);
-  EXPECT_EQ(CodeOf([&] { folders.HostFolderPath(""); }), ErrorCode::kInvalidArgument);
+  EXPECT_EQ(RaisedCode([&] { folders.HostFolderPath("1 OR 1=1"); }), ErrorCode::kInvalidArgument);
+  EXPECT_EQ(RaisedCode([&] { folders.HostFolderPath(""); }), ErrorCode::kInvalidArgument);
   EXPECT_TRUE(db->queries.empty());
 }
 
 TEST_F(CliFolderServiceTest, ParentKeyThatIsNotANumberIsAnError) {
   db->Add(1, "A", "oben");
-  EXPECT_EQ(CodeOf([&] { folders.HostFolderPath("1"); }), ErrorCode::kTypeMismatch);
+  EXPECT_EQ(RaisedCode([&] { folders.HostFolderPath("1"); }), ErrorCode::kTypeMismatch);
 }
 
 TEST(CliFolderService, WithoutAConnectionItIsAnError) {
   CliFolderService folders(nullptr);
-  EXPECT_EQ(CodeOf([&] { folders.HostFolderPath("1"); }), ErrorCode::kObjectRequired);
+  EXPECT_EQ(RaisedCode([&] { folders.HostFolderPath("1"); }), ErrorCode::kObjectRequired);
 }
 
 TEST(CliFolderServiceOnAShopDatabase, PathsOfFolderRecords) {
@@ -155,9 +149,9 @@ TEST(CliFolderServiceOnAShopDatabase, PathsOfFolderRecords) {
   EXPECT_EQ(folders.HostFolderPath("2"), "/Shop/Neu");
   EXPECT_EQ(folders.HostFolderPath("3"), "/Shop/Neu/");
   EXPECT_EQ(folders.HostFolderPath("4"), "/Lose");
-  EXPECT_EQ(CodeOf([&] { folders.HostFolderPath("5"); }), ErrorCode::kNotFound);
-  EXPECT_EQ(CodeOf([&] { folders.HostFolderPath("6"); }), ErrorCode::kInvalidArgument);
-  EXPECT_EQ(CodeOf([&] { folders.HostFolderPath("7"); }), ErrorCode::kNotFound);
+  EXPECT_EQ(RaisedCode([&] { folders.HostFolderPath("5"); }), ErrorCode::kNotFound);
+  EXPECT_EQ(RaisedCode([&] { folders.HostFolderPath("6"); }), ErrorCode::kInvalidArgument);
+  EXPECT_EQ(RaisedCode([&] { folders.HostFolderPath("7"); }), ErrorCode::kNotFound);
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "common/testing/raised_code.h"
+
 #include <fstream>
 #include <sstream>
 
@@ -23,15 +25,7 @@ std::string ReadAll(const fs::path& file) {
   return text.str();
 }
 
-ErrorCode CodeOf(const std::function<void()>& statement) {
-  try {
-    statement();
-  } catch (const Error& e) {
-    return e.code();
-  }
-  ADD_FAILURE() << "no cvimp::Error";
-  return ErrorCode::kInvalidArgument;
-}
+using cvimp::testing::RaisedCode;
 
 class SettingsStoreTest : public ::testing::Test {
  protected:
@@ -105,9 +99,9 @@ TEST_F(SettingsStoreTest, AnotherStoreOnTheSameFolderReadsWhatWasSaved) {
 TEST_F(SettingsStoreTest, FragmentThatIsNotWellFormedIsRefusedAndTheFileIsUntouched) {
   store.Save("SETTINGS", "<property name=\"a\" value=\"1\"/>");
   const std::string before = ReadAll(store.file());
-  EXPECT_EQ(CodeOf([&] { store.Save("SETTINGS", "<property name=\"a\""); }), ErrorCode::kInvalidArgument);
-  EXPECT_EQ(CodeOf([&] { store.Save("SETTINGS", "</section><section name=\"X\">"); }), ErrorCode::kInvalidArgument);
-  EXPECT_EQ(CodeOf([&] { store.Save("SETTINGS", "<a></b>"); }), ErrorCode::kInvalidArgument);
+  EXPECT_EQ(RaisedCode([&] { store.Save("SETTINGS", "<property name=\"a\""); }), ErrorCode::kInvalidArgument);
+  EXPECT_EQ(RaisedCode([&] { store.Save("SETTINGS", "</section><section name=\"X\">"); }), ErrorCode::kInvalidArgument);
+  EXPECT_EQ(RaisedCode([&] { store.Save("SETTINGS", "<a></b>"); }), ErrorCode::kInvalidArgument);
   EXPECT_EQ(ReadAll(store.file()), before);
 }
 
@@ -119,8 +113,8 @@ TEST_F(SettingsStoreTest, RefusedFirstSaveCreatesNoFile) {
 TEST_F(SettingsStoreTest, SettingsFileThatIsNotWellFormedIsNeitherReadNorOverwritten) {
   fs::create_directories(store.file().parent_path());
   std::ofstream(store.file()) << "<settings><section name=\"SETTINGS\">";
-  EXPECT_EQ(CodeOf([&] { store.Load("SETTINGS"); }), ErrorCode::kInvalidArgument);
-  EXPECT_EQ(CodeOf([&] { store.Save("SETTINGS", ""); }), ErrorCode::kInvalidArgument);
+  EXPECT_EQ(RaisedCode([&] { store.Load("SETTINGS"); }), ErrorCode::kInvalidArgument);
+  EXPECT_EQ(RaisedCode([&] { store.Save("SETTINGS", ""); }), ErrorCode::kInvalidArgument);
   EXPECT_EQ(ReadAll(store.file()), "<settings><section name=\"SETTINGS\">");
 }
 
@@ -136,7 +130,7 @@ TEST_F(SettingsStoreTest, SaveLeavesNoTemporaryFileBehind) {
 TEST_F(SettingsStoreTest, SaveWhereNoFolderCanBeMadeRaises) {
   std::ofstream(temp.path() / "plain-file") << "x";
   SettingsStore blocked(temp.path() / "plain-file" / "cvimport");
-  EXPECT_EQ(CodeOf([&] { blocked.Save("SETTINGS", ""); }), ErrorCode::kDatabase);
+  EXPECT_EQ(RaisedCode([&] { blocked.Save("SETTINGS", ""); }), ErrorCode::kDatabase);
 }
 
 TEST_F(SettingsStoreTest, FormatPropertyEscapesAllFiveMarkupCharactersInBothValues) {

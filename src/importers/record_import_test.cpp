@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "common/error.h"
+#include "common/testing/raised_code.h"
 #include "plugin/testing/import_fixture.h"
 
 namespace cvimp::plugin::testing {
@@ -84,12 +85,7 @@ TEST_F(RecordImport, AnImporterEndedByAnErrorMakesTheNextOneEndAtItsFirstItem) {
   Exec("DELETE FROM Keywords");  // the run imported it; this test runs the importer again on its own
   EXPECT_THROW(RunTableImport(*manager, Media()), Error);
   host.state->progress.clear();
-  try {
-    manager->ImportKeywords();
-    ADD_FAILURE() << "the keyword importer should end at its first item";
-  } catch (const Error& e) {
-    EXPECT_EQ(e.code(), ErrorCode::kOpen);
-  }
+  EXPECT_EQ(cvimp::testing::RaisedCode([&] { manager->ImportKeywords(); }), ErrorCode::kOpen);
   EXPECT_EQ(Select("SELECT COUNT(*) FROM Keywords"), (Rows{{"0"}}));
   EXPECT_THAT(host.state->progress, ElementsAre(ProgressCall{1, 1, ""}));
   EXPECT_EQ(manager->last_sql(), "SELECT * FROM Keywords WHERE Keyword='x'");
@@ -116,12 +112,7 @@ TEST_F(RecordImport, TheLookupStatementQuotesTextAndWritesNumbersBare) {
 
 TEST_F(RecordImport, ANumberKeyBeyondSixteenBitsIsAnOverflow) {
   Load(R"(<KeywordRefs><KeywordRefsItem RefType="40000" ElRef="1"/></KeywordRefs>)");
-  try {
-    manager->ImportKeywordRefs();
-    ADD_FAILURE() << "expected an overflow";
-  } catch (const Error& e) {
-    EXPECT_EQ(e.code(), ErrorCode::kOverflow);
-  }
+  EXPECT_EQ(cvimp::testing::RaisedCode([&] { manager->ImportKeywordRefs(); }), ErrorCode::kOverflow);
 }
 
 TEST_F(RecordImport, WithoutHostServicesAnImporterEndsAtItsStartText) {
