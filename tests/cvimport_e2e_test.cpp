@@ -1,4 +1,6 @@
 // cvimport as a user runs it: a process against real database files and catalogue files.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <signal.h>
 #include <sqlite3.h>
 #include <sys/wait.h>
@@ -11,9 +13,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 namespace fs = std::filesystem;
 using ::testing::ElementsAre;
@@ -48,9 +47,8 @@ std::string Quote(const std::string& s) {
 class CvimportTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    dir_ = fs::temp_directory_path() /
-           ("cvimport-e2e-" + std::to_string(::getpid()) + "-" +
-            ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    dir_ = fs::temp_directory_path() / ("cvimport-e2e-" + std::to_string(::getpid()) + "-" +
+                                        ::testing::UnitTest::GetInstance()->current_test_info()->name());
     fs::remove_all(dir_);
     fs::create_directories(dir_);
   }
@@ -69,8 +67,8 @@ class CvimportTest : public ::testing::Test {
     return r;
   }
   Result Import(const std::string& catalog, std::vector<std::string> more = {}) {
-    std::vector<std::string> args = {"import", catalog, "--db", db().string(), "--config-dir",
-                                     (dir_ / "config").string()};
+    std::vector<std::string> args = {"import",      catalog,        "--db",
+                                     db().string(), "--config-dir", (dir_ / "config").string()};
     args.insert(args.end(), more.begin(), more.end());
     return Run(args);
   }
@@ -153,8 +151,9 @@ TEST_F(CvimportTest, FreshImportCreatesTheDatabaseAndPrintsEveryStatusTextInOrde
             (Rows{{"40", "Österreich", "AT"}, {"276", "Deutschland", "DE"}}));
   // Manufacturers: keyed by ProductID against ID; the logo reference is not copied; the item without
   // ProductID created a record with the empty ID that its own ID then replaced.
-  EXPECT_EQ(Query("SELECT ID, Name, LogoMRef FROM Manufacturers ORDER BY PKID"),
-            (Rows{{"ACME", "Acme Werkzeuge", "0"}, {"TEEHAUS", "Teehaus Nord", "0"}, {"NOKEY", "Ohne Schlüssel", "0"}}));
+  EXPECT_EQ(
+      Query("SELECT ID, Name, LogoMRef FROM Manufacturers ORDER BY PKID"),
+      (Rows{{"ACME", "Acme Werkzeuge", "0"}, {"TEEHAUS", "Teehaus Nord", "0"}, {"NOKEY", "Ohne Schlüssel", "0"}}));
   EXPECT_EQ(Query("SELECT Keyword FROM Keywords ORDER BY PKID"), (Rows{{"Werkzeug"}, {"Tee"}}));
 }
 
@@ -276,7 +275,6 @@ TEST_F(CvimportTest, TheCatalogueIsRememberedInTheSettingsFile) {
   EXPECT_THAT(settings, HasSubstr("reference-catalog.xml"));
 }
 
-
 TEST_F(CvimportTest, AProcessKilledDuringTheRunLeavesTheDatabaseAsItWas) {
   ASSERT_EQ(Run({"init", db().string()}).exit_code, 0);
   const fs::path catalog = dir_ / "big.xml";
@@ -291,8 +289,8 @@ TEST_F(CvimportTest, AProcessKilledDuringTheRunLeavesTheDatabaseAsItWas) {
   ASSERT_GE(child, 0);
   if (child == 0) {
     if (!freopen("/dev/null", "w", stdout)) _exit(127);
-    execl(CVIMPORT_PATH, CVIMPORT_PATH, "import", catalog.c_str(), "--db", db().c_str(), "--config-dir",
-          config.c_str(), static_cast<char*>(nullptr));
+    execl(CVIMPORT_PATH, CVIMPORT_PATH, "import", catalog.c_str(), "--db", db().c_str(), "--config-dir", config.c_str(),
+          static_cast<char*>(nullptr));
     _exit(127);
   }
   // Kill it once the run has written some keywords into its open transaction.

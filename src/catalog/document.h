@@ -4,11 +4,10 @@
 
 #include <cstddef>
 #include <memory>
+#include <pugixml.hpp>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include <pugixml.hpp>
 
 #include "common/value.h"
 

@@ -65,8 +65,10 @@ int Import(const ImportCommand& command) {
     display = std::make_shared<host::PlainDisplay>(std::cout, std::cerr);
   }
   auto note = [&](const std::string& line) {
-    if (terminal_display) terminal_display->Note(line);
-    else std::cerr << line << "\n";
+    if (terminal_display)
+      terminal_display->Note(line);
+    else
+      std::cerr << line << "\n";
   };
 
   fs::path config_dir;
@@ -79,8 +81,7 @@ int Import(const ImportCommand& command) {
 
   const fs::path database = fs::absolute(command.database);
   const bool database_exists = fs::exists(database);
-  const std::string project =
-      command.project ? *command.project : database.parent_path().string();
+  const std::string project = command.project ? *command.project : database.parent_path().string();
 
   host::TextOverrides overrides;
   if (command.regions) overrides[host::kRegionsSwitch] = "True";

@@ -38,8 +38,8 @@ std::string TerminalProgress::Render(const std::string& status, std::int32_t max
   if (maximum > 0) {
     const std::int32_t shown = position < 0 ? 0 : (position > maximum ? maximum : position);
     const std::size_t filled = static_cast<std::size_t>(static_cast<std::int64_t>(shown) * kBarWidth / maximum);
-    line += " [" + std::string(filled, '#') + std::string(kBarWidth - filled, '.') + "] " +
-            std::to_string(position) + "/" + std::to_string(maximum);
+    line += " [" + std::string(filled, '#') + std::string(kBarWidth - filled, '.') + "] " + std::to_string(position) +
+            "/" + std::to_string(maximum);
     if (!item_text.empty()) line += " " + item_text;
   }
   return Cut(line, width > 0 ? width - 1 : 0);

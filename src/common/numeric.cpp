@@ -88,8 +88,10 @@ Decimal RoundToPlaces(const Decimal& d, int places) {
   if (round_up) {
     int pos = static_cast<int>(kept.size()) - 1;
     while (pos >= 0 && kept[static_cast<std::size_t>(pos)] == '9') kept[static_cast<std::size_t>(pos--)] = '0';
-    if (pos < 0) kept.insert(kept.begin(), '1');
-    else ++kept[static_cast<std::size_t>(pos)];
+    if (pos < 0)
+      kept.insert(kept.begin(), '1');
+    else
+      ++kept[static_cast<std::size_t>(pos)];
   }
   Decimal r{d.negative, kept, -places};
   Normalize(r);
@@ -112,8 +114,8 @@ std::optional<std::int64_t> RoundToInteger(const Decimal& d, std::int64_t min, s
   std::int64_t value;
   if (r.negative) {
     if (magnitude > kMaxNegative) return std::nullopt;
-    value = magnitude == kMaxNegative ? std::numeric_limits<std::int64_t>::min()
-                                      : -static_cast<std::int64_t>(magnitude);
+    value =
+        magnitude == kMaxNegative ? std::numeric_limits<std::int64_t>::min() : -static_cast<std::int64_t>(magnitude);
   } else {
     if (magnitude > static_cast<unsigned long long>(std::numeric_limits<std::int64_t>::max())) return std::nullopt;
     value = static_cast<std::int64_t>(magnitude);

@@ -2,11 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include "common/testing/raised_code.h"
-
 #include <map>
 
 #include "common/error.h"
+#include "common/testing/raised_code.h"
 #include "host/test_temp_folder.h"
 #include "recordset/shop_schema.h"
 

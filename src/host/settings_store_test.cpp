@@ -2,12 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include "common/testing/raised_code.h"
-
 #include <fstream>
 #include <sstream>
 
 #include "common/error.h"
+#include "common/testing/raised_code.h"
 #include "host/test_temp_folder.h"
 
 namespace cvimp::host {

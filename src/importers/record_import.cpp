@@ -138,8 +138,8 @@ void RunTableImport(plugin::Manager& manager, const TableImport& import) {
     on_error([&] { sql = LookupStatement(manager, import, item.key); });
     manager.set_last_sql(sql);
     on_error([&] {
-      WorkingRecordset(manager).Open(sql, plugin::Use(manager.host_api()).Connection(),
-                                     recordset::CursorType::kKeyset, recordset::LockType::kOptimistic, -1);
+      WorkingRecordset(manager).Open(sql, plugin::Use(manager.host_api()).Connection(), recordset::CursorType::kKeyset,
+                                     recordset::LockType::kOptimistic, -1);
     });
 
     if (!catalog::RecordFound(manager.working_recordset()) && ModeCreates(manager.update_mode())) {
@@ -154,8 +154,7 @@ void RunTableImport(plugin::Manager& manager, const TableImport& import) {
       item.created_here = true;
     }
 
-    if (catalog::RecordFound(manager.working_recordset()) &&
-        ModeUpdates(manager.update_mode(), item.created_here)) {
+    if (catalog::RecordFound(manager.working_recordset()) && ModeUpdates(manager.update_mode(), item.created_here)) {
       if (import.translates_keys)
         on_error([&] { item.node.SetAttribute("NewPKID", WorkingRecordset(manager).GetValue("PKID")); });
       std::size_t field_count = 0;

@@ -32,9 +32,7 @@ struct KeyPart {
   std::string_view field;
   int bits = 32;
 
-  static KeyPart Text(std::string_view attribute, std::string_view field) {
-    return {Kind::kText, attribute, field};
-  }
+  static KeyPart Text(std::string_view attribute, std::string_view field) { return {Kind::kText, attribute, field}; }
   static KeyPart Text(std::string_view name) { return Text(name, name); }
   static KeyPart Number(std::string_view name, int bits = 32) { return {Kind::kNumber, name, name, bits}; }
 };
@@ -43,8 +41,8 @@ struct KeyPart {
 struct Item {
   plugin::Manager& manager;
   catalog::Node node;
-  std::vector<Value> key;      // the natural key's values, one per KeyPart
-  std::int32_t own_pkid = 0;   // the item's PKID, for importers that translate keys
+  std::vector<Value> key;     // the natural key's values, one per KeyPart
+  std::int32_t own_pkid = 0;  // the item's PKID, for importers that translate keys
   bool created_here = false;
 
   recordset::Recordset& recordset() const;  // the Manager's working recordset, looked up at each use
@@ -63,7 +61,7 @@ struct TableImport {
   std::vector<std::string_view> skipped{};  // fields the copy leaves out
   bool translates_keys = false;             // notes NewPKID on the item (see RunTableImport)
   ErrorRegime on_error = ErrorRegime::EndAtFirstError();
-  CreateRule create{};                      // empty: add-new with the single key field set to the key
+  CreateRule create{};  // empty: add-new with the single key field set to the key
   std::map<std::string, FieldRule, std::less<>> field_rules{};  // fields with a rule of their own
 };
 

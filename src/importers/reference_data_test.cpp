@@ -1,9 +1,9 @@
 // The reference data importers, run the way the host runs them: a catalogue file chosen on the settings
 // page, an update mode, ExecuteImport, and a real shop database.
-#include <algorithm>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <algorithm>
 
 #include "plugin/testing/import_fixture.h"
 
@@ -17,7 +17,8 @@ class ReferenceData : public ImportFixture {};
 // --- Currencies -----------------------------------------------------------------------------------------
 
 TEST_F(ReferenceData, CurrenciesCreateANewRecordWithItsKeyAndFillItFromTheItem) {
-  ImportSections(R"(<Currencies><CurrenciesItem PKID="7" ISOCode="EUR" Name="Euro" Symbol="€" ExchangeRate="1.5"/></Currencies>)");
+  ImportSections(
+      R"(<Currencies><CurrenciesItem PKID="7" ISOCode="EUR" Name="Euro" Symbol="€" ExchangeRate="1.5"/></Currencies>)");
   EXPECT_EQ(Select("SELECT PKID, ISOCode, Name, Symbol, ExchangeRate FROM Currencies"),
             (Rows{{"7", "EUR", "Euro", "€", "1.5"}}));
   EXPECT_THAT(connection->queries, ElementsAre("SELECT * FROM Currencies WHERE ISOCode='EUR'"));
@@ -51,7 +52,8 @@ TEST_F(ReferenceData, AKeyWithASingleQuoteIsFoundThroughSqlQuote) {
 }
 
 TEST_F(ReferenceData, EachItemShowsProgressWithAnEmptyTextAfterTheStartText) {
-  ImportSections(R"(<Currencies><CurrenciesItem PKID="1" ISOCode="A"/><CurrenciesItem PKID="2" ISOCode="B"/></Currencies>)");
+  ImportSections(
+      R"(<Currencies><CurrenciesItem PKID="1" ISOCode="A"/><CurrenciesItem PKID="2" ISOCode="B"/></Currencies>)");
   const auto& p = host.state->progress;
   auto start = std::find(p.begin(), p.end(), ProgressCall{0, 0, "Importiere Währungen"});
   ASSERT_NE(start, p.end());
@@ -99,10 +101,11 @@ TEST_F(ReferenceData, TwoItemsWithAnExistingKeyInModes0And2UpdateTwiceTheSecondW
 
 TEST_F(ReferenceData, AnItemWithoutItsKeyLooksUpTheEmptyKeyAndALaterOneFindsThatRecord) {
   ImportSections(
-      R"(<MeasureUnits><MeasureUnitsItem PKID="1" Symbol="a"/><MeasureUnitsItem PKID="2" Symbol="b"/></MeasureUnits>)", 1);
+      R"(<MeasureUnits><MeasureUnitsItem PKID="1" Symbol="a"/><MeasureUnitsItem PKID="2" Symbol="b"/></MeasureUnits>)",
+      1);
   EXPECT_EQ(Select("SELECT Name, Symbol FROM MeasureUnits"), (Rows{{"", "a"}}));
-  EXPECT_THAT(connection->queries, ElementsAre("SELECT * FROM MeasureUnits WHERE Name=''",
-                                               "SELECT * FROM MeasureUnits WHERE Name=''"));
+  EXPECT_THAT(connection->queries,
+              ElementsAre("SELECT * FROM MeasureUnits WHERE Name=''", "SELECT * FROM MeasureUnits WHERE Name=''"));
 }
 
 TEST_F(ReferenceData, TextInAnIntegerFieldStoresZeroAndInATextFieldStaysText) {
@@ -121,11 +124,12 @@ class Regions : public ReferenceData {
 };
 
 TEST_F(Regions, ANewRegionKeepsItsCatalogueKeyAndTheItemsNameReplacesThePlaceholder) {
-  ImportSections(R"(<Regions><RegionsItem PKID="276" Name="Deutschland" ISOCode="DE"/><RegionsItem PKID="40"/></Regions>)");
+  ImportSections(
+      R"(<Regions><RegionsItem PKID="276" Name="Deutschland" ISOCode="DE"/><RegionsItem PKID="40"/></Regions>)");
   EXPECT_EQ(Select("SELECT PKID, Name, ISOCode FROM Regions ORDER BY PKID"),
             (Rows{{"40", "", ""}, {"276", "Deutschland", "DE"}}));
-  EXPECT_THAT(connection->queries, ElementsAre("SELECT * FROM Regions WHERE PKID='276'",
-                                               "SELECT * FROM Regions WHERE PKID='40'"));
+  EXPECT_THAT(connection->queries,
+              ElementsAre("SELECT * FROM Regions WHERE PKID='276'", "SELECT * FROM Regions WHERE PKID='40'"));
   EXPECT_TRUE(NewPkid("CalvoraCatalog/Regions/RegionsItem").is_null());
 }
 
@@ -209,15 +213,17 @@ TEST_F(ReferenceData, KeywordRefsLookUpTheCatalogueElRefNotTheTranslatedOne) {
 }
 
 TEST_F(ReferenceData, KeywordRefsEndAtAnItemWhoseProductHasNoNewPkid) {
-  ImportSections(std::string(kProducts) +
-                 R"(<KeywordRefs><KeywordRefsItem RefType="2" ElRef="15" Keyword="a"/><KeywordRefsItem RefType="2" ElRef="16" Keyword="b"/><KeywordRefsItem RefType="2" ElRef="15" Keyword="c"/></KeywordRefs>)");
+  ImportSections(
+      std::string(kProducts) +
+      R"(<KeywordRefs><KeywordRefsItem RefType="2" ElRef="15" Keyword="a"/><KeywordRefsItem RefType="2" ElRef="16" Keyword="b"/><KeywordRefsItem RefType="2" ElRef="15" Keyword="c"/></KeywordRefs>)");
   // The second item's new record was saved with its placeholder before the ElRef rule failed.
   EXPECT_EQ(Select("SELECT RefType, ElRef, Keyword FROM KeywordRefs ORDER BY PKID"),
             (Rows{{"2", "501", "a"}, {"2", "16", "temp"}}));
 }
 
 TEST_F(ReferenceData, KeywordRefsEndAtAnItemWithoutElRefOrWithAnUnknownProduct) {
-  for (const char* item : {R"(<KeywordRefsItem RefType="1" Keyword="x"/>)", R"(<KeywordRefsItem RefType="1" ElRef="99" Keyword="x"/>)"}) {
+  for (const char* item :
+       {R"(<KeywordRefsItem RefType="1" Keyword="x"/>)", R"(<KeywordRefsItem RefType="1" ElRef="99" Keyword="x"/>)"}) {
     Exec("DELETE FROM KeywordRefs");
     ImportSections(std::string(kProducts) + "<KeywordRefs>" + item +
                    R"(<KeywordRefsItem RefType="2" ElRef="15" Keyword="later"/></KeywordRefs>)");

@@ -115,7 +115,8 @@ void Manager::RunImport() {
       continue;
     }
     bool wanted = step.condition == C::kAlways;
-    if (step.condition == C::kImportMedia) on_error([&] { wanted = Form().chkImportMedia().Value != settings::CheckBox::kUnchecked; });
+    if (step.condition == C::kImportMedia)
+      on_error([&] { wanted = Form().chkImportMedia().Value != settings::CheckBox::kUnchecked; });
     if (step.condition == C::kRegionsSwitch)
       on_error([&] { wanted = RegionsSwitchOn(Use(texts).GetText("impvelxml.config.regions")); });
     if (wanted && step.routine) on_error([&] { (this->*step.routine)(); });

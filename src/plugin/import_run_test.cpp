@@ -42,17 +42,49 @@ TEST(ImportSteps, AreTheThirtyNineSectionsInTheirFixedOrderWithTheGroupTexts) {
     importers += step.status_text.empty() ? 1 : 0;
   }
   EXPECT_EQ(importers, 39);
-  EXPECT_THAT(order, ElementsAreArray(std::vector<std::string>{
-                         "Media", "Folders", "Categories", "Products", "Products2Categories", "Pages",
-                         "Currencies", "DeliveryTimes", "ExchangeDataProfiles", "MeasureUnits", "Discounts",
-                         "PublishProfiles", "QuantityUnits", "Element2Media", "Regions",
-                         "Importiere Zahl- und Versandarten", "PayMethods", "ShipMethods", "ShipMethodZones",
-                         "ShipMethodCalculators", "ShipMethodTables", "Pay2ShipMethodsExcl",
-                         "PayMethods2RegionsExcl", "Regions2ShipZones", "Importiere Varianten", "VariantTypes",
-                         "VariantValues", "VariantsSimple", "VariantsComplex", "Importiere Attribute",
-                         "AttributeClasses", "AttributeGroups", "Attributes", "Attributes2Class",
-                         "AttributeMultiValues", "Attributes2Product", "AttributeMultiValues2Product", "Bundles",
-                         "CrossRefs", "Importiere Stichworte", "Keywords", "KeywordRefs", "Manufacturers"}));
+  EXPECT_THAT(order, ElementsAreArray(std::vector<std::string>{"Media",
+                                                               "Folders",
+                                                               "Categories",
+                                                               "Products",
+                                                               "Products2Categories",
+                                                               "Pages",
+                                                               "Currencies",
+                                                               "DeliveryTimes",
+                                                               "ExchangeDataProfiles",
+                                                               "MeasureUnits",
+                                                               "Discounts",
+                                                               "PublishProfiles",
+                                                               "QuantityUnits",
+                                                               "Element2Media",
+                                                               "Regions",
+                                                               "Importiere Zahl- und Versandarten",
+                                                               "PayMethods",
+                                                               "ShipMethods",
+                                                               "ShipMethodZones",
+                                                               "ShipMethodCalculators",
+                                                               "ShipMethodTables",
+                                                               "Pay2ShipMethodsExcl",
+                                                               "PayMethods2RegionsExcl",
+                                                               "Regions2ShipZones",
+                                                               "Importiere Varianten",
+                                                               "VariantTypes",
+                                                               "VariantValues",
+                                                               "VariantsSimple",
+                                                               "VariantsComplex",
+                                                               "Importiere Attribute",
+                                                               "AttributeClasses",
+                                                               "AttributeGroups",
+                                                               "Attributes",
+                                                               "Attributes2Class",
+                                                               "AttributeMultiValues",
+                                                               "Attributes2Product",
+                                                               "AttributeMultiValues2Product",
+                                                               "Bundles",
+                                                               "CrossRefs",
+                                                               "Importiere Stichworte",
+                                                               "Keywords",
+                                                               "KeywordRefs",
+                                                               "Manufacturers"}));
   for (const ImportStep& step : ImportSteps()) {
     const auto expected = step.section == "Media" || step.section == "Element2Media"
                               ? ImportStep::Condition::kImportMedia
@@ -137,9 +169,9 @@ TEST_F(ImportRun, SavesTheTrimmedPathYieldsOnceAndLoadsTheTextCatalogWithoutClos
   EXPECT_EQ(Form().CVCatPath(), path);
   EXPECT_EQ(host.state->yields, 1);
   EXPECT_EQ(host.state->text_catalogs_closed, closed_before);
-  EXPECT_THAT(std::vector<std::string>(host.state->loaded_sources.begin() + sources_before,
-                                       host.state->loaded_sources.end()),
-              ElementsAre("de"));
+  EXPECT_THAT(
+      std::vector<std::string>(host.state->loaded_sources.begin() + sources_before, host.state->loaded_sources.end()),
+      ElementsAre("de"));
   EXPECT_TRUE(manager->import_started());
 }
 

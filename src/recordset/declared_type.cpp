@@ -54,16 +54,26 @@ FieldType FieldTypeOfDeclaration(std::string_view declared) {
 
 std::string DeclaredTypeName(DataType type, int size) {
   switch (type) {
-    case DataType::kSmallInt: return "SMALLINT";
-    case DataType::kInteger: return "INTEGER";
-    case DataType::kDouble: return "DOUBLE";
-    case DataType::kCurrency: return "CURRENCY";
-    case DataType::kDate: return "DATETIME";
-    case DataType::kBoolean: return "YESNO";
-    case DataType::kBigInt: return "BIGINT";
-    case DataType::kLongVarChar: return "LONGTEXT";
-    case DataType::kLongVarWChar: return "LONGTEXT";
-    case DataType::kVarWChar: return size > 0 ? "VARCHAR(" + std::to_string(size) + ")" : "VARCHAR";
+    case DataType::kSmallInt:
+      return "SMALLINT";
+    case DataType::kInteger:
+      return "INTEGER";
+    case DataType::kDouble:
+      return "DOUBLE";
+    case DataType::kCurrency:
+      return "CURRENCY";
+    case DataType::kDate:
+      return "DATETIME";
+    case DataType::kBoolean:
+      return "YESNO";
+    case DataType::kBigInt:
+      return "BIGINT";
+    case DataType::kLongVarChar:
+      return "LONGTEXT";
+    case DataType::kLongVarWChar:
+      return "LONGTEXT";
+    case DataType::kVarWChar:
+      return size > 0 ? "VARCHAR(" + std::to_string(size) + ")" : "VARCHAR";
   }
   return "?";
 }

@@ -67,9 +67,14 @@ void Cdbl(sqlite3_context* context, int, sqlite3_value** argv) {
   sqlite3_value* arg = argv[0];
   switch (sqlite3_value_type(arg)) {
     case SQLITE_INTEGER:
-    case SQLITE_FLOAT: sqlite3_result_double(context, sqlite3_value_double(arg)); return;
-    case SQLITE_NULL: sqlite3_result_error(context, "CDBL: invalid use of Null", -1); return;
-    default: break;
+    case SQLITE_FLOAT:
+      sqlite3_result_double(context, sqlite3_value_double(arg));
+      return;
+    case SQLITE_NULL:
+      sqlite3_result_error(context, "CDBL: invalid use of Null", -1);
+      return;
+    default:
+      break;
   }
   const auto* bytes = reinterpret_cast<const char*>(sqlite3_value_text(arg));
   std::string_view text(bytes ? bytes : "", static_cast<std::size_t>(sqlite3_value_bytes(arg)));
@@ -84,8 +89,8 @@ void Cdbl(sqlite3_context* context, int, sqlite3_value** argv) {
 }  // namespace
 
 int RegisterDialectFunctions(sqlite3* db) {
-  return sqlite3_create_function_v2(db, "CDBL", 1, SQLITE_UTF8 | SQLITE_DETERMINISTIC, nullptr, Cdbl, nullptr,
-                                    nullptr, nullptr);
+  return sqlite3_create_function_v2(db, "CDBL", 1, SQLITE_UTF8 | SQLITE_DETERMINISTIC, nullptr, Cdbl, nullptr, nullptr,
+                                    nullptr);
 }
 
 }  // namespace cvimp::recordset

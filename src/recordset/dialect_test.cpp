@@ -29,8 +29,7 @@ TEST(Dialect, StringLiteralsAndQuotedNamesAreNeverTouched) {
   EXPECT_EQ(TranslateDialect("SELECT * FROM T WHERE A='12AND' AND B='it''s 5x'"),
             "SELECT * FROM T WHERE A='12AND' AND B='it''s 5x'");
   EXPECT_EQ(TranslateDialect("SELECT \"12x\", [3y], `4z` FROM T"), "SELECT \"12x\", [3y], `4z` FROM T");
-  EXPECT_EQ(TranslateDialect("SELECT * FROM T WHERE A='x IN ()' AND B=1"),
-            "SELECT * FROM T WHERE A='x IN ()' AND B=1");
+  EXPECT_EQ(TranslateDialect("SELECT * FROM T WHERE A='x IN ()' AND B=1"), "SELECT * FROM T WHERE A='x IN ()' AND B=1");
   EXPECT_EQ(TranslateDialect("SELECT * FROM T WHERE A='''12x'''"), "SELECT * FROM T WHERE A='''12x'''");
 }
 

@@ -26,17 +26,23 @@ struct Range {
 
 Range RangeOf(DataType type) {
   switch (type) {
-    case DataType::kSmallInt: return {std::numeric_limits<std::int16_t>::min(), std::numeric_limits<std::int16_t>::max()};
-    case DataType::kInteger: return {std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max()};
-    default: return {std::numeric_limits<std::int64_t>::min(), std::numeric_limits<std::int64_t>::max()};
+    case DataType::kSmallInt:
+      return {std::numeric_limits<std::int16_t>::min(), std::numeric_limits<std::int16_t>::max()};
+    case DataType::kInteger:
+      return {std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max()};
+    default:
+      return {std::numeric_limits<std::int64_t>::min(), std::numeric_limits<std::int64_t>::max()};
   }
 }
 
 Value WholeNumberOf(DataType type, std::int64_t n) {
   switch (type) {
-    case DataType::kSmallInt: return Value(static_cast<std::int16_t>(n));
-    case DataType::kInteger: return Value(static_cast<std::int32_t>(n));
-    default: return Value(n);
+    case DataType::kSmallInt:
+      return Value(static_cast<std::int16_t>(n));
+    case DataType::kInteger:
+      return Value(static_cast<std::int32_t>(n));
+    default:
+      return Value(n);
   }
 }
 
@@ -112,9 +118,9 @@ Value ToText(const Column& column, const Value& value) {
   std::string text = TextForm(value);
   if (column.type == DataType::kVarWChar && column.size > 0 &&
       CountCodePoints(text) > static_cast<std::size_t>(column.size))
-    Refuse(ErrorCode::kOverflow, column, value,
-           "longer than " + std::to_string(column.size) + " characters (" + std::to_string(CountCodePoints(text)) +
-               ")");
+    Refuse(
+        ErrorCode::kOverflow, column, value,
+        "longer than " + std::to_string(column.size) + " characters (" + std::to_string(CountCodePoints(text)) + ")");
   return Value(std::move(text));
 }
 
@@ -132,14 +138,20 @@ Value ConvertForField(const Column& column, const Value& value) {
   switch (column.type) {
     case DataType::kSmallInt:
     case DataType::kInteger:
-    case DataType::kBigInt: return ToWholeNumber(column, value);
-    case DataType::kDouble: return ToDouble(column, value);
-    case DataType::kCurrency: return ToCurrency(column, value);
-    case DataType::kDate: return ToDate(column, value);
-    case DataType::kBoolean: return ToBoolean(column, value);
+    case DataType::kBigInt:
+      return ToWholeNumber(column, value);
+    case DataType::kDouble:
+      return ToDouble(column, value);
+    case DataType::kCurrency:
+      return ToCurrency(column, value);
+    case DataType::kDate:
+      return ToDate(column, value);
+    case DataType::kBoolean:
+      return ToBoolean(column, value);
     case DataType::kVarWChar:
     case DataType::kLongVarChar:
-    case DataType::kLongVarWChar: return ToText(column, value);
+    case DataType::kLongVarWChar:
+      return ToText(column, value);
   }
   return ToText(column, value);
 }

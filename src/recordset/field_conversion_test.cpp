@@ -25,9 +25,9 @@ constexpr auto kOverflow = ErrorCode::kOverflow;
 // ---- Null: every field type keeps Null ----
 
 TEST(FieldConversion, NullStaysNullInEveryFieldType) {
-  for (DataType type : {DataType::kInteger, DataType::kBigInt, DataType::kSmallInt, DataType::kDouble,
-                        DataType::kCurrency, DataType::kDate, DataType::kBoolean, DataType::kVarWChar,
-                        DataType::kLongVarWChar})
+  for (DataType type :
+       {DataType::kInteger, DataType::kBigInt, DataType::kSmallInt, DataType::kDouble, DataType::kCurrency,
+        DataType::kDate, DataType::kBoolean, DataType::kVarWChar, DataType::kLongVarWChar})
     EXPECT_EQ(Convert(type, kNull, type == DataType::kVarWChar ? 5 : 0), kNull) << AdoCode(type);
 }
 
@@ -202,16 +202,16 @@ TEST(FieldConversion, DateAcceptsOnlyRealCalendarDates) {
   EXPECT_EQ(Convert(DataType::kDate, "2000-02-29"), Value("2000-02-29 00:00:00"));
   EXPECT_EQ(Convert(DataType::kDate, "0001-01-01"), Value("0001-01-01 00:00:00"));
   EXPECT_EQ(Convert(DataType::kDate, "31.12.9999 00:00"), Value("9999-12-31 00:00:00"));
-  for (const char* text : {"2023-02-29", "1900-02-29", "2024-04-31", "2024-13-01", "2024-00-10", "2024-01-00",
-                           "0000-01-01", "31.06.2024", "29.02.2023", "2024-01-01 24:00", "2024-01-01 23:60",
-                           "2024-01-01 23:59:60"})
+  for (const char* text :
+       {"2023-02-29", "1900-02-29", "2024-04-31", "2024-13-01", "2024-00-10", "2024-01-00", "0000-01-01", "31.06.2024",
+        "29.02.2023", "2024-01-01 24:00", "2024-01-01 23:60", "2024-01-01 23:59:60"})
     Refusal(DataType::kDate, text, kMismatch);
 }
 
 TEST(FieldConversion, DateRefusesOtherTextForms) {
-  for (const char* text : {"", " ", "2024-1-1", "2024-01-1", "7.3.2024", "2024/03/07", " 2024-03-07",
-                           "2024-03-07 ", "2024-03-07  08:09", "2024-03-07 8:09", "2024-03-07 08", "2024-03-07 08:09:",
-                           "2024-03-07x", "07.03.2024T08:09", "07.03.24", "20240307", "today", "2024-03-07 08:09:10.5"})
+  for (const char* text : {"", " ", "2024-1-1", "2024-01-1", "7.3.2024", "2024/03/07", " 2024-03-07", "2024-03-07 ",
+                           "2024-03-07  08:09", "2024-03-07 8:09", "2024-03-07 08", "2024-03-07 08:09:", "2024-03-07x",
+                           "07.03.2024T08:09", "07.03.24", "20240307", "today", "2024-03-07 08:09:10.5"})
     Refusal(DataType::kDate, text, kMismatch);
 }
 
@@ -319,8 +319,11 @@ TEST(FieldConversion, LongTextStoresTextNumbersAndBooleans) {
 // ---- the error names the field and the value ----
 
 TEST(FieldConversion, ARefusalNamesTheFieldItsTypeAndTheValue) {
-  std::string message =
-      ErrorOf([] { ConvertForField(Column{"Price", DataType::kCurrency, 0}, Value("abc")); }, kMismatch);
+  std::string message = ErrorOf(
+      [] {
+        ConvertForField(Column{"Price", DataType::kCurrency, 0}, Value("abc"));
+      },
+      kMismatch);
   EXPECT_EQ(message, "Type mismatch: field Price (CURRENCY) cannot take \"abc\": not a number");
   message = ErrorOf([] { ConvertForField(Column{"Name", DataType::kVarWChar, 3}, Value("abcd")); }, kOverflow);
   EXPECT_EQ(message, "Overflow: field Name (VARCHAR(3)) cannot take \"abcd\": longer than 3 characters (4)");

@@ -83,9 +83,9 @@ class KeysetRecordset final : public Recordset {
   std::string table_;
   std::vector<Column> columns_;
   std::optional<std::size_t> pkid_index_;
-  std::vector<Record> records_;        // the rows read at open, then the records added and saved
-  std::size_t position_ = 0;           // records_.size(): end of file
-  std::optional<Record> added_;        // an added record not yet saved: the current record while it lasts
+  std::vector<Record> records_;  // the rows read at open, then the records added and saved
+  std::size_t position_ = 0;     // records_.size(): end of file
+  std::optional<Record> added_;  // an added record not yet saved: the current record while it lasts
 };
 
 void KeysetRecordset::Raise(const Error& error, const std::string& context) const {
@@ -119,8 +119,8 @@ std::optional<std::int64_t> KeysetRecordset::KeyOf(const Record& record) const {
   return record.values[*pkid_index_].integer();
 }
 
-void KeysetRecordset::Open(std::string_view sql, std::shared_ptr<Connection> connection, CursorType,
-                           LockType lock, int) {
+void KeysetRecordset::Open(std::string_view sql, std::shared_ptr<Connection> connection, CursorType, LockType lock,
+                           int) {
   auto context = [&] { return "Open " + std::string(sql); };
   if (open_) Raise(ErrorCode::kOpen, kOpenMessage, context());
   if (!connection) Raise(ErrorCode::kObjectRequired, "Object variable not set", context());

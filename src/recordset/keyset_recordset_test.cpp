@@ -11,7 +11,8 @@ using testing::NewShopDatabase;
 
 const char kOpenMessage[] = "Operation is not allowed when the object is open.";
 const char kClosedMessage[] = "Operation is not allowed when the object is closed.";
-const char kNotFoundMessage[] = "Item cannot be found in the collection corresponding to the requested name or ordinal.";
+const char kNotFoundMessage[] =
+    "Item cannot be found in the collection corresponding to the requested name or ordinal.";
 
 // Passes everything on to a real database and notes which columns each save wrote.
 class RecordingConnection : public Connection {
@@ -28,7 +29,8 @@ class RecordingConnection : public Connection {
     saves.push_back("UPDATE " + table + " " + std::to_string(pkid) + Names(columns, values));
     db->UpdateRow(table, columns, pkid, values);
   }
-  static std::string Names(const std::vector<Column>& columns, const std::vector<std::pair<std::size_t, Value>>& values) {
+  static std::string Names(const std::vector<Column>& columns,
+                           const std::vector<std::pair<std::size_t, Value>>& values) {
     std::string out;
     for (const auto& [index, value] : values) out += " " + columns[index].name + "=" + value.Describe();
     return out;
@@ -217,8 +219,8 @@ TEST_F(RecordsetTest, AnUnknownFieldNameIsNotFound) {
   EXPECT_EQ(ErrorOf([&] { rs->SetValue("Nope", Value("x")); }, ErrorCode::kNotFound), kNotFoundMessage);
   ErrorOf([&] { rs->GetValue("ISOCode "); }, ErrorCode::kNotFound);
   ASSERT_EQ(reported.size(), 3u);
-  EXPECT_EQ(reported[0], std::string("Reading of field 'Nope' (statement: SELECT * FROM Currencies): ") +
-                             kNotFoundMessage);
+  EXPECT_EQ(reported[0],
+            std::string("Reading of field 'Nope' (statement: SELECT * FROM Currencies): ") + kNotFoundMessage);
 }
 
 TEST_F(RecordsetTest, ReadingANullColumnGivesNull) {
@@ -331,9 +333,9 @@ TEST_F(RecordsetTest, AChangedRecordIsWrittenByItsPkidAsRead) {
   rs->SetValue("PKID", Value("10"));
   rs->SetValue("Name", Value("bb"));
   rs->Update();
-  EXPECT_EQ(db->Query("SELECT PKID, Name FROM Folders ORDER BY PKID").rows,
-            (std::vector<std::vector<Value>>{{Value(std::int32_t{1}), Value("a")},
-                                             {Value(std::int32_t{10}), Value("bb")}}));
+  EXPECT_EQ(
+      db->Query("SELECT PKID, Name FROM Folders ORDER BY PKID").rows,
+      (std::vector<std::vector<Value>>{{Value(std::int32_t{1}), Value("a")}, {Value(std::int32_t{10}), Value("bb")}}));
   // From now on the record is written by its new PKID.
   rs->SetValue("Name", Value("bbb"));
   rs->Update();
@@ -422,8 +424,9 @@ TEST_F(RecordsetTest, ASavedAddedRecordIsThenWrittenByItsNewPkid) {
   rs->SetValue("Name", Value("Euro"));
   rs->SetValue("ExchangeRate", Value("1.5"));
   rs->Update();
-  EXPECT_EQ(db->Query("SELECT * FROM Currencies").rows,
-            (std::vector<std::vector<Value>>{{Value(std::int32_t{1}), Value("EUR"), Value("Euro"), Value(), Value(1.5)}}));
+  EXPECT_EQ(
+      db->Query("SELECT * FROM Currencies").rows,
+      (std::vector<std::vector<Value>>{{Value(std::int32_t{1}), Value("EUR"), Value("Euro"), Value(), Value(1.5)}}));
 }
 
 TEST_F(RecordsetTest, AddNewWithAFieldStartsTheRecordThenAssigns) {

@@ -83,8 +83,7 @@ void CreateShopDatabase(const std::string& path) {
   if (!file) {
     std::FILE* existing = std::fopen(path.c_str(), "rb");
     if (existing) std::fclose(existing);
-    throw Error(ErrorCode::kDatabase,
-                failure + (existing ? "the file already exists" : "the file cannot be created"));
+    throw Error(ErrorCode::kDatabase, failure + (existing ? "the file already exists" : "the file cannot be created"));
   }
   std::fclose(file);
   try {
@@ -135,8 +134,7 @@ bool IsShopDatabase(const std::string& path) {
 std::shared_ptr<SqliteConnection> OpenShopDatabase(const std::string& path) {
   auto db = SqliteConnection::Open(path);
   std::string mismatch = ShopDatabaseMismatch(*db);
-  if (!mismatch.empty())
-    throw Error(ErrorCode::kDatabase, path + " is not a shop database: " + mismatch);
+  if (!mismatch.empty()) throw Error(ErrorCode::kDatabase, path + " is not a shop database: " + mismatch);
   return db;
 }
 

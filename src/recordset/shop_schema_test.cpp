@@ -70,8 +70,9 @@ TableDeclarations TablesOfSchemaText(std::string text) {
 
 TableDeclarations TablesOfDatabase(SqliteConnection& db) {
   TableDeclarations tables;
-  QueryResult names = db.Query("SELECT name FROM sqlite_master WHERE type='table' AND name <> 'sqlite_sequence' "
-                               "ORDER BY rowid");
+  QueryResult names = db.Query(
+      "SELECT name FROM sqlite_master WHERE type='table' AND name <> 'sqlite_sequence' "
+      "ORDER BY rowid");
   for (const auto& row : names.rows) {
     std::vector<ColumnDeclaration> columns;
     for (const auto& c : db.Query("SELECT name, type FROM pragma_table_info('" + row[0].text() + "')").rows)
@@ -168,9 +169,7 @@ TEST(ShopSchema, AnotherDatabaseIsNoShopDatabaseAndTheReasonIsNamed) {
   EXPECT_FALSE(IsShopDatabase(*db));
 
   std::string path = TempPath("other.db");
-  {
-    std::ofstream touch(path);
-  }
+  { std::ofstream touch(path); }
   SqliteConnection::Open(path)->Execute("CREATE TABLE Notes (Text TEXT)");
   EXPECT_FALSE(IsShopDatabase(path));
   EXPECT_EQ(ErrorOf([&] { OpenShopDatabase(path); }, ErrorCode::kDatabase),
@@ -185,16 +184,18 @@ TEST(ShopSchema, AMissingColumnOrAnotherTypeIsNamed) {
   EXPECT_FALSE(IsShopDatabase(*db));
 
   db = testing::NewShopDatabase();
-  db->Execute("DROP TABLE Products; CREATE TABLE Products (PKID INTEGER PRIMARY KEY, ProductID VARCHAR(255), "
-              "Name VARCHAR(255), PictureMRef INTEGER, LongDesc LONGTEXT, ShortDesc VARCHAR(255), Price DOUBLE, "
-              "Weight DOUBLE, ManufacturerFKID INTEGER, DeliveryTimeFKID INTEGER)");
+  db->Execute(
+      "DROP TABLE Products; CREATE TABLE Products (PKID INTEGER PRIMARY KEY, ProductID VARCHAR(255), "
+      "Name VARCHAR(255), PictureMRef INTEGER, LongDesc LONGTEXT, ShortDesc VARCHAR(255), Price DOUBLE, "
+      "Weight DOUBLE, ManufacturerFKID INTEGER, DeliveryTimeFKID INTEGER)");
   EXPECT_EQ(ShopDatabaseMismatch(*db), "column Products.Price is declared DOUBLE, not CURRENCY");
 }
 
 TEST(ShopSchema, FurtherTablesAndColumnsAreAllowed) {
   auto db = testing::NewShopDatabase();
-  db->Execute("CREATE TABLE Orders (PKID INTEGER PRIMARY KEY AUTOINCREMENT, Total CURRENCY);"
-              "ALTER TABLE Products ADD COLUMN Stock INTEGER DEFAULT 0");
+  db->Execute(
+      "CREATE TABLE Orders (PKID INTEGER PRIMARY KEY AUTOINCREMENT, Total CURRENCY);"
+      "ALTER TABLE Products ADD COLUMN Stock INTEGER DEFAULT 0");
   EXPECT_TRUE(IsShopDatabase(*db));
 }
 

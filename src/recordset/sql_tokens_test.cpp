@@ -22,10 +22,9 @@ std::vector<std::string> Tokens(std::string_view sql) {
 
 TEST(SqlTokens, CutsAStatementIntoItsPieces) {
   EXPECT_EQ(Tokens("SELECT * FROM T WHERE A='it''s' AND B=1.5e-3"),
-            (std::vector<std::string>{"word:SELECT", "blank: ", "other:*", "blank: ", "word:FROM", "blank: ",
-                                      "word:T", "blank: ", "word:WHERE", "blank: ", "word:A", "other:=",
-                                      "string:'it''s'", "blank: ", "word:AND", "blank: ", "word:B", "other:=",
-                                      "number:1.5e-3"}));
+            (std::vector<std::string>{"word:SELECT", "blank: ", "other:*", "blank: ", "word:FROM", "blank: ", "word:T",
+                                      "blank: ", "word:WHERE", "blank: ", "word:A", "other:=", "string:'it''s'",
+                                      "blank: ", "word:AND", "blank: ", "word:B", "other:=", "number:1.5e-3"}));
 }
 
 TEST(SqlTokens, QuotedNamesCommentsAndParameters) {

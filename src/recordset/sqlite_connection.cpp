@@ -61,8 +61,10 @@ FieldType FieldTypeOfValue(sqlite3_stmt* statement, int index) {
       bool fits = n >= std::numeric_limits<std::int32_t>::min() && n <= std::numeric_limits<std::int32_t>::max();
       return {fits ? DataType::kInteger : DataType::kBigInt, 0};
     }
-    case SQLITE_FLOAT: return {DataType::kDouble, 0};
-    default: return {DataType::kVarWChar, 0};
+    case SQLITE_FLOAT:
+      return {DataType::kDouble, 0};
+    default:
+      return {DataType::kVarWChar, 0};
   }
 }
 
@@ -152,7 +154,8 @@ SqliteConnection::PreparedQuery* SqliteConnection::CachedQuery(const std::string
   if (it != queries_.end()) return &it->second;
   sqlite3_stmt* statement = nullptr;
   if (sqlite3_prepare_v3(db_, sql.c_str(), static_cast<int>(sql.size()), SQLITE_PREPARE_PERSISTENT, &statement,
-                         nullptr) != SQLITE_OK || !statement) {
+                         nullptr) != SQLITE_OK ||
+      !statement) {
     sqlite3_finalize(statement);
     return nullptr;
   }
@@ -208,8 +211,7 @@ void SqliteConnection::ReadRows(sqlite3_stmt* statement, int rc, const std::vect
     }
     std::vector<Value> row;
     row.reserve(static_cast<std::size_t>(count));
-    for (int i = 0; i < count; ++i)
-      row.push_back(ReadValue(statement, i, result.columns[static_cast<std::size_t>(i)]));
+    for (int i = 0; i < count; ++i) row.push_back(ReadValue(statement, i, result.columns[static_cast<std::size_t>(i)]));
     result.rows.push_back(std::move(row));
   }
   if (rc != SQLITE_DONE) Fail(sql);

@@ -86,8 +86,8 @@ TEST(SqliteConnection, ResultColumnsFollowTheStatementAndExpressionsAreTypedByTh
   EXPECT_EQ(result.columns[2].type, DataType::kInteger);
   EXPECT_EQ(result.columns[3].type, DataType::kVarWChar);
   EXPECT_EQ(result.columns[4].type, DataType::kDouble);
-  EXPECT_EQ(result.rows.at(0), (std::vector<Value>{Value("Euro"), Value("EUR"), Value(std::int32_t{2}), Value("x"),
-                                                   Value(1.5)}));
+  EXPECT_EQ(result.rows.at(0),
+            (std::vector<Value>{Value("Euro"), Value("EUR"), Value(std::int32_t{2}), Value("x"), Value(1.5)}));
   // Fields that are not all columns of one table cannot be written back.
   EXPECT_EQ(result.table, "");
   EXPECT_EQ(db->Query("SELECT Name, ISOCode FROM Currencies").table, "Currencies");
@@ -121,8 +121,11 @@ TEST(SqliteConnection, InsertWithAnExplicitPkidKeepsIt) {
   QueryResult shape = db->Query("SELECT * FROM Regions WHERE 1=0");
   std::vector<Value> row = db->Insert("Regions", shape.columns, Values({{0, Value(std::int32_t{276})}}));
   EXPECT_EQ(row.at(0), Value(std::int32_t{276}));
-  EXPECT_EQ(ErrorOf([&] { db->Insert("Regions", shape.columns, Values({{0, Value(std::int32_t{276})}})); },
-                    ErrorCode::kDatabase),
+  EXPECT_EQ(ErrorOf(
+                [&] {
+                  db->Insert("Regions", shape.columns, Values({{0, Value(std::int32_t{276})}}));
+                },
+                ErrorCode::kDatabase),
             "UNIQUE constraint failed: Regions.PKID in: INSERT INTO \"Regions\" (\"PKID\") VALUES (?)");
   // The cached statement is usable again after the refusal.
   EXPECT_EQ(db->Insert("Regions", shape.columns, Values({{0, Value(std::int32_t{277})}})).at(0),
@@ -147,14 +150,17 @@ TEST(SqliteConnection, UpdateRowWritesOnlyTheGivenColumnsOfThatRow) {
   db->UpdateRow("DeliveryTimes", shape.columns, 2, Values({{2, Value(std::int32_t{9})}}));
   QueryResult rows = db->Query("SELECT Name, DeliveryDays FROM DeliveryTimes ORDER BY PKID");
   EXPECT_EQ(rows.rows, (std::vector<std::vector<Value>>{{Value("a"), Value(std::int32_t{1})},
-                                                         {Value("b"), Value(std::int32_t{9})}}));
+                                                        {Value("b"), Value(std::int32_t{9})}}));
 }
 
 TEST(SqliteConnection, UpdateRowOfAMissingPkidIsRefused) {
   auto db = NewShopDatabase();
   QueryResult shape = db->Query("SELECT * FROM DeliveryTimes WHERE 1=0");
-  EXPECT_EQ(ErrorOf([&] { db->UpdateRow("DeliveryTimes", shape.columns, 5, Values({{1, Value("x")}})); },
-                    ErrorCode::kDatabase),
+  EXPECT_EQ(ErrorOf(
+                [&] {
+                  db->UpdateRow("DeliveryTimes", shape.columns, 5, Values({{1, Value("x")}}));
+                },
+                ErrorCode::kDatabase),
             "No row of DeliveryTimes has the PKID 5 in: UPDATE \"DeliveryTimes\" SET \"Name\" = ? WHERE PKID = ?");
 }
 
@@ -162,8 +168,11 @@ TEST(SqliteConnection, UpdateRowChangingPkidToATakenOneIsRefused) {
   auto db = NewShopDatabase();
   db->Execute("INSERT INTO Folders (Name) VALUES ('a'), ('b')");
   QueryResult shape = db->Query("SELECT * FROM Folders WHERE 1=0");
-  ErrorOf([&] { db->UpdateRow("Folders", shape.columns, 2, Values({{0, Value(std::int32_t{1})}})); },
-          ErrorCode::kDatabase);
+  ErrorOf(
+      [&] {
+        db->UpdateRow("Folders", shape.columns, 2, Values({{0, Value(std::int32_t{1})}}));
+      },
+      ErrorCode::kDatabase);
   db->UpdateRow("Folders", shape.columns, 2, Values({{0, Value(std::int32_t{7})}}));
   EXPECT_EQ(db->Query("SELECT Name FROM Folders WHERE PKID=7").rows.at(0).at(0), Value("b"));
 }

@@ -48,18 +48,23 @@ Value ReadValue(sqlite3_stmt* statement, int index, const Column& column) {
       if (stored == SQLITE_INTEGER || stored == SQLITE_FLOAT) return Value(sqlite3_column_double(statement, index));
       break;
     case DataType::kBoolean:
-      if (stored == SQLITE_INTEGER || stored == SQLITE_FLOAT) return Value(sqlite3_column_double(statement, index) != 0);
+      if (stored == SQLITE_INTEGER || stored == SQLITE_FLOAT)
+        return Value(sqlite3_column_double(statement, index) != 0);
       break;
     case DataType::kDate:
     case DataType::kVarWChar:
     case DataType::kLongVarChar:
-    case DataType::kLongVarWChar: return Value(TextAt(statement, index));
+    case DataType::kLongVarWChar:
+      return Value(TextAt(statement, index));
   }
   // Not of the column's kind: as stored.
   switch (stored) {
-    case SQLITE_INTEGER: return Value(static_cast<std::int64_t>(sqlite3_column_int64(statement, index)));
-    case SQLITE_FLOAT: return Value(sqlite3_column_double(statement, index));
-    default: return Value(TextAt(statement, index));
+    case SQLITE_INTEGER:
+      return Value(static_cast<std::int64_t>(sqlite3_column_int64(statement, index)));
+    case SQLITE_FLOAT:
+      return Value(sqlite3_column_double(statement, index));
+    default:
+      return Value(TextAt(statement, index));
   }
 }
 

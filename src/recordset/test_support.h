@@ -3,7 +3,6 @@
 #pragma once
 
 #include <gtest/gtest.h>
-
 #include <unistd.h>
 
 #include <filesystem>
@@ -20,13 +19,13 @@
 namespace cvimp {
 
 inline void PrintTo(const Value& value, std::ostream* os) {
-  const char* kind = value.is_null()                                       ? "Null"
-                     : value.is_text()                                     ? "text"
-                     : value.is_bool()                                     ? "bool"
-                     : value.is_double()                                   ? "double"
+  const char* kind = value.is_null()                                         ? "Null"
+                     : value.is_text()                                       ? "text"
+                     : value.is_bool()                                       ? "bool"
+                     : value.is_double()                                     ? "double"
                      : std::holds_alternative<std::int16_t>(value.storage()) ? "int16"
                      : std::holds_alternative<std::int32_t>(value.storage()) ? "int32"
-                                                                           : "int64";
+                                                                             : "int64";
   *os << kind << " " << value.Describe();
 }
 

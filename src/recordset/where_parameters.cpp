@@ -62,8 +62,10 @@ std::optional<ParameterizedStatement> ParameterizeWhereLiterals(std::string_view
       return std::nullopt;
     bool replaced = false;
     if (token.kind == TokenKind::kWord) {
-      if (part == Part::kBeforeWhere && IsKeyword(token.text, "WHERE")) part = Part::kWhere;
-      else if (part == Part::kWhere && EndsTheWhereClause(token.text)) part = Part::kAfterWhere;
+      if (part == Part::kBeforeWhere && IsKeyword(token.text, "WHERE"))
+        part = Part::kWhere;
+      else if (part == Part::kWhere && EndsTheWhereClause(token.text))
+        part = Part::kAfterWhere;
     } else if (part == Part::kWhere && token.kind == TokenKind::kString) {
       if (previous == TokenKind::kWord) return std::nullopt;  // X'00' and the like
       auto value = StringValue(token.text);
@@ -76,8 +78,10 @@ std::optional<ParameterizedStatement> ParameterizeWhereLiterals(std::string_view
         replaced = true;
       }
     }
-    if (replaced) out.text += '?';
-    else out.text.append(token.text);
+    if (replaced)
+      out.text += '?';
+    else
+      out.text.append(token.text);
     previous = token.kind;
   }
   if (!seen_select) return std::nullopt;

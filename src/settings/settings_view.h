@@ -8,10 +8,10 @@
 namespace cvimp::settings {
 
 struct FileDialogRequest {
-  std::string filter;          // "description|pattern"
-  std::string initial_file;    // the file name the dialog starts with
-  std::int32_t flags = 0;      // 4096: the chosen file must exist
-  std::int64_t owner = 0;      // owner window handle
+  std::string filter;        // "description|pattern"
+  std::string initial_file;  // the file name the dialog starts with
+  std::int32_t flags = 0;    // 4096: the chosen file must exist
+  std::int64_t owner = 0;    // owner window handle
 };
 
 class SettingsView {

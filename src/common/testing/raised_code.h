@@ -1,9 +1,9 @@
 // For tests: the code of the cvimp::Error that a statement raises.
 #pragma once
 
-#include <functional>
-
 #include <gtest/gtest.h>
+
+#include <functional>
 
 #include "common/error.h"
 

@@ -34,18 +34,18 @@ struct FakeHostState {
   std::map<std::string, std::string> saved_settings;  // section -> settings text
   std::map<std::string, std::string> texts;           // TextCatalog key -> text
   std::string text_source = "de";
-  std::vector<std::string> loaded_sources;            // what TextCatalog::Load was given
+  std::vector<std::string> loaded_sources;  // what TextCatalog::Load was given
   int text_catalogs_closed = 0;
   std::vector<std::string> existing_files;
   std::vector<std::string> existing_folders;
   std::vector<std::string> created_folders;
-  std::map<std::string, std::string> folder_paths;    // folder key -> HostFolderPath
+  std::map<std::string, std::string> folder_paths;  // folder key -> HostFolderPath
   int yields = 0;
   int services_fetched = 0;
   std::int64_t pic_main = 1234;
   std::int64_t pic_advanced = 5678;
   std::vector<settings::FileDialogRequest> dialogs;
-  std::string dialog_answer;                          // empty: the user cancels
+  std::string dialog_answer;  // empty: the user cancels
 
   // Status lines only (ShowProgress with maximum 0), in order.
   std::vector<std::string> StatusTexts() const {
@@ -164,9 +164,7 @@ class FakeHostApi : public HostApi {
   std::string ProjectPath() override { return project_path; }
   std::shared_ptr<HostTools> Tools() override { return has_tools ? std::make_shared<FakeTools>(s_) : nullptr; }
   std::shared_ptr<recordset::Connection> Connection() override { return connection; }
-  std::shared_ptr<FolderService> GetFolderService() override {
-    return std::make_shared<FakeFolderService>(s_);
-  }
+  std::shared_ptr<FolderService> GetFolderService() override { return std::make_shared<FakeFolderService>(s_); }
 
   bool has_services = true;
   bool has_tools = true;
@@ -195,9 +193,7 @@ class FakePlatform : public Platform {
  public:
   explicit FakePlatform(std::shared_ptr<FakeHostState> s) : s_(std::move(s)) {}
   std::shared_ptr<TextCatalog> NewTextCatalog() override { return std::make_shared<FakeTextCatalog>(s_); }
-  std::shared_ptr<HostTools> NewHostTools() override {
-    return has_tools ? std::make_shared<FakeTools>(s_) : nullptr;
-  }
+  std::shared_ptr<HostTools> NewHostTools() override { return has_tools ? std::make_shared<FakeTools>(s_) : nullptr; }
   std::unique_ptr<settings::SettingsView> NewSettingsView() override { return std::make_unique<FakeView>(s_); }
   void YieldToMessageLoop() override { ++s_->yields; }
 

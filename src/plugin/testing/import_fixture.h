@@ -51,9 +51,8 @@ class ImportFixture : public ::testing::Test {
     manager = std::make_unique<Manager>(host.platform);
     manager->Api(host.api);
     manager->Init("", "", "");
-    dir = std::filesystem::temp_directory_path() /
-          ("cvimp-" + std::to_string(::getpid()) + "-" +
-           ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    dir = std::filesystem::temp_directory_path() / ("cvimp-" + std::to_string(::getpid()) + "-" +
+                                                    ::testing::UnitTest::GetInstance()->current_test_info()->name());
     std::filesystem::create_directories(dir);
   }
   void TearDown() override {
