@@ -1,6 +1,5 @@
 #include "catalog/key_translation.h"
 
-#include <limits>
 #include <optional>
 
 #include "catalog/value_helpers.h"
@@ -50,17 +49,7 @@ std::string FolderPath(const Document& doc, std::int32_t key) {
       throw Error(ErrorCode::kInvalidArgument,
                   "The parent chain of folder " + std::to_string(start) + " loops back on itself");
     }
-    const std::string parent = FolderParentKey(doc, key);
-    if (!IsNumericText(parent)) {
-      throw Error(ErrorCode::kTypeMismatch,
-                  "Type mismatch: parent folder key \"" + parent + "\" of folder " + std::to_string(key));
-    }
-    std::optional<std::int64_t> next =
-        TextToInteger(parent, std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max());
-    if (!next) {
-      throw Error(ErrorCode::kOverflow, "Overflow: parent folder key " + parent + " of folder " + std::to_string(key));
-    }
-    key = static_cast<std::int32_t>(*next);
+    key = TextToLong(FolderParentKey(doc, key), "parent folder key of folder " + std::to_string(key));
   }
   path.pop_back();  // the trailing "/"
   return "/" + path;

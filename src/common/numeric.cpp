@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <limits>
 
+#include "common/error.h"
+
 namespace cvimp {
 namespace {
 
@@ -148,6 +150,16 @@ std::optional<double> TextToDouble(std::string_view text) {
   auto d = ParseNumericText(text);
   if (!d) return std::nullopt;
   return ToDouble(*d);
+}
+
+std::int32_t TextToLong(std::string_view text, std::string_view what) {
+  const auto decimal = ParseNumericText(text);
+  if (!decimal)
+    throw Error(ErrorCode::kTypeMismatch, "Type mismatch: " + std::string(what) + " \"" + std::string(text) + "\"");
+  const auto n =
+      RoundToInteger(*decimal, std::numeric_limits<std::int32_t>::min(), std::numeric_limits<std::int32_t>::max());
+  if (!n) throw Error(ErrorCode::kOverflow, "Overflow: " + std::string(what) + " " + std::string(text));
+  return static_cast<std::int32_t>(*n);
 }
 
 std::string NumberToText(std::int64_t n) { return std::to_string(n); }

@@ -43,6 +43,10 @@ std::optional<double> ToDouble(const Decimal& d);
 std::optional<std::int64_t> TextToInteger(std::string_view text, std::int64_t min, std::int64_t max);
 std::optional<double> TextToDouble(std::string_view text);
 
+// Text to a 32-bit whole number as a conversion of the plug-in does it: text that is not numeric raises
+// cvimp::Error kTypeMismatch, a number outside the 32-bit range kOverflow; `what` names the value in the message.
+std::int32_t TextToLong(std::string_view text, std::string_view what);
+
 // Number to text: a whole number in plain decimal; a double with at most 15 significant digits, '.' as the
 // decimal separator, no trailing zeros or point, exponent form (1E+15, 1.5E-05) from 1E+15 up and below
 // 1E-4; -0 is "0".

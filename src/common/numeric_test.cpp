@@ -8,6 +8,9 @@
 #include <optional>
 #include <string>
 
+#include "common/error.h"
+#include "common/testing/raised_code.h"
+
 namespace cvimp {
 namespace {
 
@@ -282,6 +285,29 @@ TEST(NumberToText, AtMostFifteenSignificantDigits) {
   EXPECT_EQ(NumberToText(1234567.891), "1234567.891");
   // Rounding to 15 digits can carry into the exponent form.
   EXPECT_EQ(NumberToText(999999999999999.9), "1E+15");
+}
+
+}  // namespace
+}  // namespace cvimp
+
+namespace cvimp {
+namespace {
+
+TEST(TextToLong, ConvertsNumericTextRoundingHalvesToEven) {
+  EXPECT_EQ(TextToLong(" 15 ", "key"), 15);
+  EXPECT_EQ(TextToLong("2.5", "key"), 2);
+  EXPECT_EQ(TextToLong("-2147483648", "key"), -2147483648LL);
+}
+
+TEST(TextToLong, RaisesTypeMismatchForTextAndOverflowBeyondThirtyTwoBits) {
+  EXPECT_EQ(testing::RaisedCode([] { TextToLong("", "ElRef"); }), ErrorCode::kTypeMismatch);
+  EXPECT_EQ(testing::RaisedCode([] { TextToLong("abc", "ElRef"); }), ErrorCode::kTypeMismatch);
+  EXPECT_EQ(testing::RaisedCode([] { TextToLong("2147483648", "ElRef"); }), ErrorCode::kOverflow);
+  try {
+    TextToLong("abc", "ElRef");
+  } catch (const Error& e) {
+    EXPECT_STREQ(e.what(), "Type mismatch: ElRef \"abc\"");
+  }
 }
 
 }  // namespace

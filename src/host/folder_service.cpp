@@ -6,6 +6,7 @@
 #include <set>
 #include <vector>
 
+#include "common/ascii_case.h"
 #include "common/error.h"
 #include "common/numeric.h"
 
@@ -16,18 +17,9 @@ namespace {
 constexpr std::int64_t kMin = std::numeric_limits<std::int64_t>::min();
 constexpr std::int64_t kMax = std::numeric_limits<std::int64_t>::max();
 
-bool SameName(std::string_view a, std::string_view b) {
-  if (a.size() != b.size()) return false;
-  for (std::size_t i = 0; i < a.size(); ++i) {
-    auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; };
-    if (lower(a[i]) != lower(b[i])) return false;
-  }
-  return true;
-}
-
 std::size_t ColumnIndex(const recordset::QueryResult& result, std::string_view name) {
   for (std::size_t i = 0; i < result.columns.size(); ++i)
-    if (SameName(result.columns[i].name, name)) return i;
+    if (EqualsIgnoringCase(result.columns[i].name, name)) return i;
   throw Error(ErrorCode::kNotFound, "The Folders table has no field " + std::string(name));
 }
 

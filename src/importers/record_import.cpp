@@ -1,30 +1,24 @@
 #include "importers/record_import.h"
 
 #include <algorithm>
-#include <cctype>
 #include <limits>
 
 #include "catalog/value_helpers.h"
+#include "common/ascii_case.h"
 #include "common/error.h"
 #include "common/numeric.h"
 
 namespace cvimp::importers {
 namespace {
 
-bool SameName(std::string_view a, std::string_view b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
-    return std::tolower(static_cast<unsigned char>(x)) == std::tolower(static_cast<unsigned char>(y));
-  });
-}
-
 bool Skipped(const TableImport& import, std::string_view field) {
   return std::any_of(import.skipped.begin(), import.skipped.end(),
-                     [&](std::string_view s) { return SameName(s, field); });
+                     [&](std::string_view s) { return EqualsIgnoringCase(s, field); });
 }
 
 const FieldRule* RuleFor(const TableImport& import, std::string_view field) {
   for (const auto& [name, rule] : import.field_rules)
-    if (SameName(name, field)) return &rule;
+    if (EqualsIgnoringCase(name, field)) return &rule;
   return nullptr;
 }
 

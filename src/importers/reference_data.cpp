@@ -2,7 +2,6 @@
 // quantity units, regions, manufacturers, keywords and keyword references. None has an error handler of its
 // own: the first error ends the importer and the run goes on with the next one.
 #include <cstdint>
-#include <limits>
 #include <string>
 
 #include "catalog/value_helpers.h"
@@ -80,28 +79,25 @@ void Manager::ImportKeywords() {
 // Looked up by the catalogue's RefType and ElRef; created with the placeholder keyword "temp". ElRef is
 // stored as the NewPKID of the product item it names, whatever the RefType.
 void Manager::ImportKeywordRefs() {
-  RunTableImport(
-      *this, {.section = "KeywordRefs",
-              .key = {KeyPart::Number("RefType", 16), KeyPart::Number("ElRef")},
-              .skipped = {},
-              .create =
-                  [](Item& item) {
-                    auto& rs = item.recordset();
-                    rs.AddNew();
-                    rs.SetValue("RefType", item.key_value(0));
-                    rs.SetValue("ElRef", item.key_value(1));
-                    rs.SetValue("Keyword", "temp");
-                  },
-              .field_rules = {{"ElRef", [](Item& item, std::string_view field) {
-                                 const std::string text = catalog::NzText(item.node.GetAttribute("ElRef"), "");
-                                 const auto product_key = TextToInteger(text, std::numeric_limits<std::int32_t>::min(),
-                                                                        std::numeric_limits<std::int32_t>::max());
-                                 if (!product_key)
-                                   throw Error(ErrorCode::kTypeMismatch, "Type mismatch: ElRef \"" + text + "\"");
-                                 const catalog::Node product = item.manager.catalog_document()->SelectSingleNode(
-                                     "//ProductsItem[@PKID='" + NumberToText(*product_key) + "']");
-                                 item.recordset().SetValue(field, importers::NewPkidText(product));
-                               }}}});
+  RunTableImport(*this,
+                 {.section = "KeywordRefs",
+                  .key = {KeyPart::Number("RefType", 16), KeyPart::Number("ElRef")},
+                  .skipped = {},
+                  .create =
+                      [](Item& item) {
+                        auto& rs = item.recordset();
+                        rs.AddNew();
+                        rs.SetValue("RefType", item.key_value(0));
+                        rs.SetValue("ElRef", item.key_value(1));
+                        rs.SetValue("Keyword", "temp");
+                      },
+                  .field_rules = {{"ElRef", [](Item& item, std::string_view field) {
+                                     const std::string text = catalog::NzText(item.node.GetAttribute("ElRef"), "");
+                                     const std::int32_t product_key = TextToLong(text, "ElRef");
+                                     const catalog::Node product = item.manager.catalog_document()->SelectSingleNode(
+                                         "//ProductsItem[@PKID='" + std::to_string(product_key) + "']");
+                                     item.recordset().SetValue(field, importers::NewPkidText(product));
+                                   }}}});
 }
 
 }  // namespace cvimp::plugin

@@ -4,8 +4,8 @@
 #include "plugin/import_run.h"
 
 #include <array>
-#include <cctype>
 
+#include "common/ascii_case.h"
 #include "common/error_regime.h"
 #include "importers/record_import.h"
 #include "settings/frm_vel_xml_settings.h"
@@ -75,14 +75,7 @@ bool LoadFailed(const catalog::Document* document) {
 
 std::span<const ImportStep> ImportSteps() { return kSteps; }
 
-bool RegionsSwitchOn(std::string_view text) {
-  static constexpr std::string_view kTrue = "True";
-  if (text.size() != kTrue.size()) return false;
-  for (std::size_t i = 0; i < text.size(); ++i)
-    if (std::tolower(static_cast<unsigned char>(text[i])) != std::tolower(static_cast<unsigned char>(kTrue[i])))
-      return false;
-  return true;
-}
+bool RegionsSwitchOn(std::string_view text) { return EqualsIgnoringCase(text, "True"); }
 
 void Manager::ExecuteImport() { RunImport(); }
 

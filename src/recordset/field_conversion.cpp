@@ -5,9 +5,9 @@
 #include <optional>
 #include <string>
 
+#include "common/ascii_case.h"
 #include "common/error.h"
 #include "common/numeric.h"
-#include "recordset/ascii_case.h"
 #include "recordset/date_text.h"
 #include "recordset/declared_type.h"
 

@@ -4,8 +4,8 @@
 #include <optional>
 #include <utility>
 
+#include "common/ascii_case.h"
 #include "common/error.h"
-#include "recordset/ascii_case.h"
 #include "recordset/field_conversion.h"
 #include "recordset/recordset.h"
 

@@ -5,8 +5,8 @@
 #include <cstdio>
 #include <vector>
 
+#include "common/ascii_case.h"
 #include "common/error.h"
-#include "recordset/ascii_case.h"
 
 namespace cvimp::recordset {
 namespace {

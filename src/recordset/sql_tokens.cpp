@@ -1,6 +1,6 @@
 #include "recordset/sql_tokens.h"
 
-#include "recordset/ascii_case.h"
+#include "common/ascii_case.h"
 
 namespace cvimp::recordset {
 namespace {

@@ -1,10 +1,10 @@
-// Comparing names and keywords without regard to case. Only ASCII letters fold: field names, SQL keywords
-// and 'True'/'False' are ASCII, and SQLite folds names the same way.
+// Comparing names and keywords without regard to case. Only ASCII letters fold: field names, SQL keywords,
+// "True"/"False" and the host's switch texts are ASCII, and SQLite folds names the same way.
 #pragma once
 
 #include <string_view>
 
-namespace cvimp::recordset {
+namespace cvimp {
 
 constexpr char FoldAsciiCase(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
@@ -15,4 +15,4 @@ constexpr bool EqualsIgnoringCase(std::string_view a, std::string_view b) {
   return true;
 }
 
-}  // namespace cvimp::recordset
+}  // namespace cvimp
