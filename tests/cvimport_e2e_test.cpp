@@ -227,6 +227,105 @@ TEST_F(CvimportTest, CatalogueWithAnEmptyRootCountsAsNotLoaded) {
   EXPECT_THAT(r.err, HasSubstr("empty-root.xml"));
 }
 
+// ---- What the catalogue must be: XML as a conforming parser judges it -------------------------------------
+
+class CatalogueConformanceTest : public CvimportTest {
+ protected:
+  // Writes a catalogue into the test's folder and gives its path.
+  std::string WriteCatalogue(const std::string& name, const std::string& bytes) const {
+    std::ofstream(dir_ / name, std::ios::binary) << bytes;
+    return (dir_ / name).string();
+  }
+  // The rows in all the tables of the shop database.
+  int TotalRows() const {
+    int total = 0;
+    for (const auto& table : Query("SELECT name FROM sqlite_master WHERE type='table' AND name NOT LIKE 'sqlite_%'"))
+      total += Count(table[0]);
+    return total;
+  }
+  // A catalogue that does not load: exit code 5, the message with the file, the position and the reason,
+  // the status texts of a run whose load failed, and nothing in the database.
+  void ExpectRefused(const std::string& catalog, const std::string& position_and_reason) {
+    Result r = Import(catalog);
+    EXPECT_EQ(r.exit_code, 5);
+    std::vector<std::string> expected = kStatusWithoutRegions;
+    expected.insert(expected.begin() + 1, "Fehler beim Laden der Importdatei.");
+    EXPECT_EQ(r.OutLines(), expected);
+    EXPECT_EQ(r.err, "cvimport: cannot load the catalogue " + catalog + ": " + position_and_reason + "\n");
+    EXPECT_EQ(TotalRows(), 0);
+  }
+};
+
+// UTF-8 text as UTF-16 LE with a byte order mark (for the characters of the basic plane).
+std::string Utf16LittleEndian(const std::string& utf8) {
+  std::string out = "\xFF\xFE";
+  for (std::size_t i = 0; i < utf8.size();) {
+    const auto b = static_cast<unsigned char>(utf8[i]);
+    const int length = b < 0x80 ? 1 : b < 0xE0 ? 2 : 3;
+    unsigned cp = length == 1 ? b : b & (0x7F >> length);
+    for (int k = 1; k < length; ++k) cp = cp << 6 | (static_cast<unsigned char>(utf8[i + k]) & 0x3F);
+    out += static_cast<char>(cp & 0xFF);
+    out += static_cast<char>(cp >> 8);
+    i += length;
+  }
+  return out;
+}
+
+TEST_F(CatalogueConformanceTest, CharacterReferenceToNulIsRefused) {
+  ExpectRefused(kData + "/char-ref-nul.xml", "line 5, column 54: reference to invalid character number");
+}
+
+TEST_F(CatalogueConformanceTest, UndefinedEntityIsRefused) {
+  ExpectRefused(kData + "/undefined-entity.xml", "line 6, column 44: undefined entity");
+}
+
+TEST_F(CatalogueConformanceTest, BytesInvalidInUtf8AreRefused) {
+  const std::string catalog = WriteCatalogue(
+      "invalid-utf8.xml",
+      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<CalvoraCatalog>\n  <Currencies>\n"
+      "    <CurrenciesItem PKID=\"1\" ISOCode=\"EUR\" Name=\"W\xE4hrung\"/>\n  </Currencies>\n</CalvoraCatalog>\n");
+  ExpectRefused(catalog, "line 4, column 51: not well-formed (invalid token)");
+}
+
+TEST_F(CatalogueConformanceTest, EntityBombIsRefused) {
+  ExpectRefused(kData + "/entity-bomb.xml",
+                "line 17, column 5: limit on input amplification factor (from DTD and entities) breached");
+}
+
+TEST_F(CatalogueConformanceTest, InternalEntitiesAndDefaultAttributesAreImported) {
+  Result r = Import(kData + "/internal-entities.xml");
+  ASSERT_EQ(r.exit_code, 0) << r.err;
+  EXPECT_EQ(r.OutLines(), kStatusWithoutRegions);
+  EXPECT_EQ(Query("SELECT PKID, ISOCode, Name, Symbol, ExchangeRate FROM Currencies ORDER BY PKID"),
+            (Rows{{"1", "EUR", "Euro (Währung in €)", "€", "1.0"},
+                  {"2", "USD", "US-Dollar", "$", "1.0825"},
+                  {"3", "CHF", "Schweizer Franken", "Fr.", "1.0"}}));
+}
+
+TEST_F(CatalogueConformanceTest, Utf16CatalogueIsImported) {
+  const std::string catalog = WriteCatalogue(
+      "utf16.xml", Utf16LittleEndian("<?xml version=\"1.0\" encoding=\"UTF-16\"?>\n<CalvoraCatalog>\n  <Currencies>\n"
+                                     "    <CurrenciesItem PKID=\"1\" ISOCode=\"EUR\" Name=\"Euro in Österreich\" "
+                                     "Symbol=\"€\"/>\n  </Currencies>\n</CalvoraCatalog>\n"));
+  Result r = Import(catalog);
+  ASSERT_EQ(r.exit_code, 0) << r.err;
+  EXPECT_EQ(r.OutLines(), kStatusWithoutRegions);
+  EXPECT_EQ(Query("SELECT PKID, ISOCode, Name, Symbol FROM Currencies"),
+            (Rows{{"1", "EUR", "Euro in Österreich", "€"}}));
+}
+
+TEST_F(CatalogueConformanceTest, Latin1CatalogueIsImported) {
+  const std::string catalog = WriteCatalogue(
+      "latin1.xml",
+      "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\n<CalvoraCatalog>\n  <QuantityUnits>\n"
+      "    <QuantityUnitsItem PKID=\"1\" QtyUnit=\"St\xFC\x63k\" Description=\"Gr\xF6\xDF\x65 &#x20AC;\"/>\n"
+      "  </QuantityUnits>\n</CalvoraCatalog>\n");
+  Result r = Import(catalog);
+  ASSERT_EQ(r.exit_code, 0) << r.err;
+  EXPECT_EQ(r.OutLines(), kStatusWithoutRegions);
+  EXPECT_EQ(Query("SELECT QtyUnit, Description FROM QuantityUnits"), (Rows{{"Stück", "Größe €"}}));
+}
+
 TEST_F(CvimportTest, AFailingImporterEndsAndEveryLaterImporterEndsAtItsFirstItem) {
   Result r = Import(kData + "/cascade.xml", {"--verbose"});
   ASSERT_EQ(r.exit_code, 0) << r.err;

@@ -2,22 +2,32 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <condition_variable>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
+#include <exception>
+#include <filesystem>
+#include <functional>
+#include <mutex>
 #include <optional>
 #include <string>
+#include <thread>
 #include <utility>
 
+#include "catalog/encoded_text.h"
+#include "catalog/item_index.h"
+#include "catalog/xml_conformance.h"
 #include "common/error.h"
 
 namespace cvimp::catalog {
 namespace {
 
-// What the parser keeps: text (whitespace-only text is dropped, as a DOM without preserved white space
-// does), CDATA sections, comments and processing instructions, with entities, end-of-line handling and
-// attribute white space converted as XML prescribes. Parsing as a fragment keeps text and further elements
-// at the top level, so that FindTopLevelFault can refuse them instead of having them dropped silently.
-constexpr unsigned kParseOptions = pugi::parse_default | pugi::parse_comments | pugi::parse_pi | pugi::parse_fragment;
+// What pugixml keeps: text (whitespace-only text is dropped, as a DOM without preserved white space does),
+// CDATA sections, comments and processing instructions, with entities, end-of-line handling and attribute
+// white space converted as XML prescribes. Whether a document is well-formed is not pugixml's to say: every
+// load is judged by a conforming parser first (xml_conformance.h).
+constexpr unsigned kParseOptions = pugi::parse_default | pugi::parse_comments | pugi::parse_pi;
 
 // The characters that the text of an element loses at both ends.
 constexpr const char* kTrimmed = " \t\r\n";
@@ -86,65 +96,6 @@ NodeList ToNodeList(const pugi::xpath_node_set& nodes) {
 
 // ---- Where a load failed -------------------------------------------------------------------------------
 
-void AppendUtf8(std::uint32_t cp, std::string& out) {
-  if (cp < 0x80) {
-    out += static_cast<char>(cp);
-  } else if (cp < 0x800) {
-    out += static_cast<char>(0xC0 | (cp >> 6));
-    out += static_cast<char>(0x80 | (cp & 0x3F));
-  } else if (cp < 0x10000) {
-    out += static_cast<char>(0xE0 | (cp >> 12));
-    out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (cp & 0x3F));
-  } else {
-    out += static_cast<char>(0xF0 | (cp >> 18));
-    out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-    out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-    out += static_cast<char>(0x80 | (cp & 0x3F));
-  }
-}
-
-// The parser reports positions in the UTF-8 text that it converted the input to; this makes the same
-// conversion so that a position can be turned into a line and a column.
-std::string AsUtf8(std::string_view raw, pugi::xml_encoding encoding) {
-  auto byte = [&](std::size_t i) { return static_cast<std::uint32_t>(static_cast<unsigned char>(raw[i])); };
-  std::string out;
-  switch (encoding) {
-    case pugi::encoding_latin1:
-      for (std::size_t i = 0; i < raw.size(); ++i) AppendUtf8(byte(i), out);
-      return out;
-    case pugi::encoding_utf16_le:
-    case pugi::encoding_utf16_be: {
-      const bool le = encoding == pugi::encoding_utf16_le;
-      auto unit = [&](std::size_t i) { return le ? byte(i) | byte(i + 1) << 8 : byte(i) << 8 | byte(i + 1); };
-      for (std::size_t i = 0; i + 1 < raw.size(); i += 2) {
-        std::uint32_t cp = unit(i);
-        if (cp >= 0xD800 && cp < 0xDC00 && i + 3 < raw.size()) {
-          std::uint32_t low = unit(i + 2);
-          if (low >= 0xDC00 && low < 0xE000) {
-            cp = 0x10000 + ((cp - 0xD800) << 10) + (low - 0xDC00);
-            i += 2;
-          }
-        }
-        AppendUtf8(cp, out);
-      }
-      return out;
-    }
-    case pugi::encoding_utf32_le:
-    case pugi::encoding_utf32_be: {
-      const bool le = encoding == pugi::encoding_utf32_le;
-      for (std::size_t i = 0; i + 3 < raw.size(); i += 4) {
-        std::uint32_t cp = le ? byte(i) | byte(i + 1) << 8 | byte(i + 2) << 16 | byte(i + 3) << 24
-                              : byte(i) << 24 | byte(i + 1) << 16 | byte(i + 2) << 8 | byte(i + 3);
-        AppendUtf8(std::min<std::uint32_t>(cp, 0x10FFFF), out);
-      }
-      return out;
-    }
-    default:
-      return std::string(raw);
-  }
-}
-
 // 1-based line and column of a byte offset in UTF-8 text; a column counts characters, and CR LF, CR and
 // LF each end a line. A byte order mark does not count.
 void LocateOffset(const std::string& text, std::size_t offset, LoadError& error) {
@@ -170,67 +121,199 @@ std::string ParserReason(pugi::xml_parse_status status) {
   return result.description();
 }
 
-// Why a parsed text is no document: the reason and the offset in the converted text where the fault lies
-// (-1 when unknown; kAtEnd for the end of the text).
-constexpr std::ptrdiff_t kAtEnd = PTRDIFF_MAX;
+// ---- Reading a catalogue ---------------------------------------------------------------------------------
 
-struct Fault {
-  std::string reason;
-  std::ptrdiff_t offset = -1;
+// A file opened for reading, closed at the end of its scope; the status says why it could not be opened,
+// in pugixml's terms.
+class OpenFile {
+ public:
+  explicit OpenFile(const std::string& path) : file_(std::fopen(path.c_str(), "rb")) {
+    if (!file_) status_ = errno == ENOENT || errno == ENOTDIR ? pugi::status_file_not_found : pugi::status_io_error;
+  }
+  ~OpenFile() {
+    if (file_) std::fclose(file_);
+  }
+  OpenFile(const OpenFile&) = delete;
+  OpenFile& operator=(const OpenFile&) = delete;
+
+  std::FILE* get() const { return file_; }
+  pugi::xml_parse_status status() const { return status_; }
+
+ private:
+  std::FILE* file_;
+  pugi::xml_parse_status status_ = pugi::status_ok;
 };
 
-std::ptrdiff_t StartOf(pugi::xml_node node) {
-  std::ptrdiff_t offset = node.offset_debug();
-  if (offset < 0) return offset;
-  if (node.type() == pugi::node_element) return std::max<std::ptrdiff_t>(0, offset - 1);  // the '<'
-  if (node.type() == pugi::node_cdata) return std::max<std::ptrdiff_t>(0, offset - 9);    // "<![CDATA["
-  return offset;
+// What identifies the content of a regular file for a load: its size and time of last change. The check
+// and the DOM read the file each through a handle of their own, so a file that changed while it was loaded
+// may have been judged and parsed from different bytes; comparing its stamp before and after tells.
+struct FileStamp {
+  std::uintmax_t size = 0;
+  std::filesystem::file_time_type changed;
+  bool operator==(const FileStamp&) const = default;
+};
+
+std::optional<FileStamp> StampOf(const std::string& path) {
+  std::error_code error;
+  FileStamp stamp;
+  stamp.size = std::filesystem::file_size(path, error);
+  if (error) return std::nullopt;
+  stamp.changed = std::filesystem::last_write_time(path, error);
+  if (error) return std::nullopt;
+  return stamp;
 }
 
-bool HasDuplicateAttribute(pugi::xml_node element) {
-  std::vector<std::string_view> names;
-  for (pugi::xml_attribute a : element.attributes()) names.emplace_back(a.name());
-  std::sort(names.begin(), names.end());
-  return std::adjacent_find(names.begin(), names.end()) != names.end();
-}
+// A buffer that pugixml can take over: allocated with its allocation function, and freed with its
+// deallocation function unless handed on.
+class ParseBuffer {
+ public:
+  ParseBuffer() = default;
+  ~ParseBuffer() { Free(); }
+  ParseBuffer(const ParseBuffer&) = delete;
+  ParseBuffer& operator=(const ParseBuffer&) = delete;
 
-std::optional<Fault> FindDuplicateAttribute(pugi::xml_node root) {
-  for (pugi::xml_node n = NextInSubtree(root, root); n; n = NextInSubtree(n, root)) {
-    if (n.first_attribute() && n.first_attribute().next_attribute() && HasDuplicateAttribute(n)) {
-      return Fault{"Duplicate attribute", StartOf(n)};
+  std::string_view bytes() const { return {data_, size_}; }
+  std::size_t size() const { return size_; }
+  std::size_t room() const { return capacity_ - size_; }
+  char* end() const { return data_ + size_; }
+  void Grew(std::size_t n) { size_ += n; }
+
+  // Room for `capacity` bytes in all, keeping the content. False when out of memory.
+  bool Reserve(std::size_t capacity) {
+    if (capacity <= capacity_) return true;
+    char* grown = static_cast<char*>(pugi::get_memory_allocation_function()(capacity));
+    if (!grown) return false;
+    if (size_ > 0) std::memcpy(grown, data_, size_);
+    const std::size_t size = size_;
+    Free();
+    data_ = grown;
+    size_ = size;
+    capacity_ = capacity;
+    return true;
+  }
+
+  // Hands the bytes on to pugixml, which frees them.
+  void* Release() {
+    void* data = data_;
+    data_ = nullptr;
+    size_ = capacity_ = 0;
+    return data;
+  }
+
+ private:
+  void Free() {
+    if (data_) pugi::get_memory_deallocation_function()(data_);
+    data_ = nullptr;
+    size_ = capacity_ = 0;
+  }
+
+  char* data_ = nullptr;
+  std::size_t size_ = 0;
+  std::size_t capacity_ = 0;
+};
+
+// Reads an open file to its end into `buffer`, expecting `expected` bytes (its size, when known); the
+// status says why it could not be read, in pugixml's terms.
+pugi::xml_parse_status ReadAll(std::FILE* file, std::size_t expected, ParseBuffer& buffer) {
+  if (!buffer.Reserve(expected)) return pugi::status_out_of_memory;
+  char spare[4096];
+  for (;;) {
+    // Once the buffer is full, a small read finds out whether the file goes on (it may have grown).
+    const bool full = buffer.room() == 0;
+    const std::size_t n =
+        full ? std::fread(spare, 1, sizeof spare, file) : std::fread(buffer.end(), 1, buffer.room(), file);
+    if (n == 0) return std::ferror(file) ? pugi::status_io_error : pugi::status_ok;
+    if (full) {
+      if (!buffer.Reserve(std::max<std::size_t>(2 * buffer.size(), 64 * 1024))) return pugi::status_out_of_memory;
+      std::memcpy(buffer.end(), spare, n);
     }
+    buffer.Grew(n);
   }
-  return std::nullopt;
 }
 
-// What the parser accepts as a fragment but a document must not have: no element, a second element, or
-// text at the top level; and, anywhere, an element with two attributes of one name.
-std::optional<Fault> FindTopLevelFault(const pugi::xml_document& doc) {
-  bool has_element = false;
-  for (pugi::xml_node child : doc.children()) {
-    if (child.type() == pugi::node_element) {
-      if (has_element) return Fault{"More than one document element", StartOf(child)};
-      has_element = true;
-    } else if (HoldsText(child)) {
-      return Fault{"Text outside the document element", StartOf(child)};
+// The whole of a file, read again from its start (to place a fault that only pugixml found).
+std::optional<std::string> ReadAgain(const std::string& path) {
+  XmlFileSource source(path);
+  std::string text;
+  char chunk[65536];
+  for (std::size_t got = 0;; text.append(chunk, got)) {
+    if (!source.Read(chunk, sizeof chunk, got)) return std::nullopt;
+    if (got == 0) return text;
+  }
+}
+
+// Parses the buffer in place in the encoding that the check decoded it in, so that pugixml reads the same
+// characters: every encoding the check accepts (UTF-8, UTF-16 LE and BE, ISO-8859-1 and US-ASCII, a subset
+// of UTF-8) is one pugixml decodes identically. pugixml's own detection comes to the same result for these
+// documents, but is not relied upon. pugixml takes the buffer over.
+pugi::xml_parse_result ParseInPlace(pugi::xml_document& doc, ParseBuffer& buffer, pugi::xml_encoding encoding) {
+  const std::size_t size = buffer.size();
+  return doc.load_buffer_inplace_own(buffer.Release(), size, kParseOptions, encoding);
+}
+
+// Where the thread that reads a file for pugixml waits until the check, on its own thread, has seen the
+// document's prolog: then it knows whether to parse, and in which encoding.
+class PrologRendezvous {
+ public:
+  void Tell(const XmlProlog& prolog) {
+    {
+      std::lock_guard lock(mutex_);
+      prolog_ = prolog;
     }
+    ready_.notify_all();
   }
-  if (!has_element) {
-    return Fault{ParserReason(pugi::status_no_document_element), kAtEnd};
+  void End() {
+    {
+      std::lock_guard lock(mutex_);
+      ended_ = true;
+    }
+    ready_.notify_all();
   }
-  return FindDuplicateAttribute(doc);
-}
+  // The prolog, or nothing when the check ended without reaching it (the document is refused).
+  std::optional<XmlProlog> Await() {
+    std::unique_lock lock(mutex_);
+    ready_.wait(lock, [&] { return prolog_.has_value() || ended_; });
+    return prolog_;
+  }
 
-// Reads a whole file; the status says why it could not be read, in the parser's terms.
-pugi::xml_parse_status ReadFile(const std::string& path, std::string& content) {
-  std::FILE* file = std::fopen(path.c_str(), "rb");
-  if (!file) return errno == ENOENT || errno == ENOTDIR ? pugi::status_file_not_found : pugi::status_io_error;
-  char buffer[65536];
-  std::size_t n;
-  while ((n = std::fread(buffer, 1, sizeof buffer, file)) > 0) content.append(buffer, n);
-  const bool failed = std::ferror(file) != 0;
-  std::fclose(file);
-  return failed ? pugi::status_io_error : pugi::status_ok;
+ private:
+  std::mutex mutex_;
+  std::condition_variable ready_;
+  std::optional<XmlProlog> prolog_;
+  bool ended_ = false;
+};
+
+// What the DOM side of a load made: pugixml's parse or, for a document with an internal DTD subset, the
+// build from the conforming parser's events (pugixml skips the subset, and with it the entities and default
+// attributes declared there).
+struct DomOutcome {
+  std::optional<pugi::xml_parse_result> parsed;
+  std::optional<XmlVerdict> built;
+};
+
+// Settles a load once the check is done. Its verdict comes first: a document it refuses is no document,
+// whatever the DOM side made of it. Should pugixml fail where the check did not, pugixml's reason stands,
+// placed in the text that `reread` gives (when it can give it).
+std::optional<LoadError> Settle(const XmlVerdict& verdict, const DomOutcome& dom,
+                                const std::function<std::optional<std::string>()>& reread) {
+  auto refusal = [](const XmlVerdict& v) -> std::optional<LoadError> {
+    if (v.read_failed) return LoadError{ParserReason(pugi::status_io_error), 0, 0};
+    if (v.fault) return LoadError{v.fault->reason, v.fault->line, v.fault->column};
+    return std::nullopt;
+  };
+  if (std::optional<LoadError> error = refusal(verdict)) return error;
+  if (verdict.prolog.has_internal_subset) {
+    if (!dom.built) return LoadError{ParserReason(pugi::status_internal_error), 0, 0};
+    return refusal(*dom.built);
+  }
+  if (!dom.parsed) return LoadError{ParserReason(pugi::status_internal_error), 0, 0};
+  if (*dom.parsed) return std::nullopt;
+  LoadError error{dom.parsed->description(), 0, 0};
+  if (std::optional<std::string> text = reread()) {
+    // Offsets count in the text as pugixml converted it to UTF-8.
+    LocateOffset(ToUtf8(*text, dom.parsed->encoding), static_cast<std::size_t>(dom.parsed->offset), error);
+  }
+  return error;
 }
 
 }  // namespace
@@ -325,6 +408,7 @@ void Node::SetAttribute(std::string_view name, const Value& value) {
   pugi::xml_attribute a = element.attribute(key.c_str());
   if (!a) a = element.append_attribute(key.c_str());
   a.set_value(TextForm(value).c_str());
+  NoteAttributeChange(key);
 }
 
 Value Node::NodeValue() const {
@@ -364,31 +448,94 @@ Document::Document() = default;
 Document::~Document() = default;
 
 bool Document::Load(const std::string& path) {
-  std::string content;
-  if (auto status = ReadFile(path, content); status != pugi::status_ok) {
-    doc_.reset();
-    error_ = LoadError{ParserReason(status), 0, 0};
-    return false;
+  index_.reset();
+  doc_.reset();
+  const OpenFile file(path);
+  if (file.status() != pugi::status_ok) return Finish(LoadError{ParserReason(file.status()), 0, 0});
+  std::error_code error;
+  const bool regular = std::filesystem::is_regular_file(path, error);
+  const std::optional<FileStamp> before = regular ? StampOf(path) : std::nullopt;
+  if (regular && !before) return Finish(LoadError{ParserReason(pugi::status_io_error), 0, 0});
+
+  XmlVerdict verdict;
+  DomOutcome dom;
+  pugi::xml_parse_status read = pugi::status_ok;
+  if (regular) {
+    // The check runs on a second thread and reads the file itself, in chunks, through a handle of its own.
+    // Once it has seen the prolog, this thread either reads the file into one buffer that pugixml parses in
+    // place (the file is held once), or builds the DOM from a second streaming pass of the conforming
+    // parser. Either way the load takes about as long as the slower of the two threads.
+    PrologRendezvous rendezvous;
+    std::exception_ptr check_failure;
+    {
+      std::jthread checker([&] {
+        try {
+          XmlFileSource source(path);
+          verdict = CheckXml(source, XmlInput::kDocument, [&](const XmlProlog& prolog) { rendezvous.Tell(prolog); });
+        } catch (...) {
+          check_failure = std::current_exception();
+        }
+        rendezvous.End();
+      });
+      // Without a prolog the check has refused the document already; nothing is read for the DOM then.
+      if (const std::optional<XmlProlog> prolog = rendezvous.Await(); prolog && prolog->has_internal_subset) {
+        XmlFileSource source(path);
+        dom.built = BuildDomFromXml(source, XmlInput::kDocument, doc_);
+      } else if (prolog) {
+        ParseBuffer buffer;
+        read = ReadAll(file.get(), static_cast<std::size_t>(before->size), buffer);
+        if (read == pugi::status_ok) dom.parsed = ParseInPlace(doc_, buffer, prolog->encoding);
+      }
+    }
+    if (check_failure) {
+      Finish(LoadError{ParserReason(pugi::status_internal_error), 0, 0});
+      std::rethrow_exception(check_failure);
+    }
+    if (StampOf(path) != before) {
+      return Finish(LoadError{"The file was changed while it was being loaded", 0, 0});
+    }
+  } else {
+    // A pipe or a device cannot be read twice: its bytes are read first, then checked and parsed.
+    ParseBuffer buffer;
+    read = ReadAll(file.get(), 0, buffer);
+    if (read == pugi::status_ok) {
+      XmlMemorySource source(buffer.bytes());
+      verdict = CheckXml(source, XmlInput::kDocument);
+      if (!verdict.fault && verdict.prolog.has_internal_subset) {
+        XmlMemorySource again(buffer.bytes());
+        dom.built = BuildDomFromXml(again, XmlInput::kDocument, doc_);
+      } else if (!verdict.fault) {
+        dom.parsed = ParseInPlace(doc_, buffer, verdict.prolog.encoding);
+      }
+    }
   }
-  return Finish(doc_.load_buffer(content.data(), content.size(), kParseOptions, pugi::encoding_auto), content);
+  if (read != pugi::status_ok) return Finish(LoadError{ParserReason(read), 0, 0});
+  return Finish(Settle(verdict, dom, [&] { return regular ? ReadAgain(path) : std::nullopt; }));
 }
 
 bool Document::LoadXml(std::string_view text) {
-  return Finish(doc_.load_buffer(text.data(), text.size(), kParseOptions, pugi::encoding_utf8), text);
+  index_.reset();
+  doc_.reset();
+  XmlMemorySource source(text);
+  const XmlVerdict verdict = CheckXml(source, XmlInput::kUtf8Text);
+  DomOutcome dom;
+  if (!verdict.fault && verdict.prolog.has_internal_subset) {
+    XmlMemorySource again(text);
+    dom.built = BuildDomFromXml(again, XmlInput::kUtf8Text, doc_);
+  } else if (!verdict.fault) {
+    dom.parsed = doc_.load_buffer(text.data(), text.size(), kParseOptions, pugi::encoding_utf8);
+  }
+  return Finish(Settle(verdict, dom, [&] { return std::optional<std::string>(text); }));
 }
 
-bool Document::Finish(const pugi::xml_parse_result& result, std::string_view text) {
-  std::optional<Fault> fault = result ? FindTopLevelFault(doc_) : Fault{result.description(), result.offset};
-  if (!fault) {
+bool Document::Finish(std::optional<LoadError> error) {
+  index_.reset();  // the content is new (or gone)
+  if (!error) {
     error_ = LoadError{};
     return true;
   }
   doc_.reset();
-  error_ = LoadError{fault->reason, 0, 0};
-  if (fault->offset >= 0) {
-    // Offsets count in the text as the parser converted it to UTF-8.
-    LocateOffset(AsUtf8(text, result.encoding), static_cast<std::size_t>(fault->offset), error_);
-  }
+  error_ = std::move(*error);
   return false;
 }
 

@@ -3,7 +3,9 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
+#include <optional>
 #include <pugixml.hpp>
 #include <string>
 #include <string_view>
@@ -28,6 +30,9 @@ class Node {
 
   std::string Name() const;
   NodeList ChildNodes() const;
+  // The first child element named `name`, or empty: what the relative path `name` selects. A name that is
+  // not an XML name is evaluated as that path (and raises as it would).
+  Node ChildElement(std::string_view name) const;
 
   // XPath 1.0 relative to this node. An invalid expression raises kInvalidArgument.
   NodeList SelectNodes(std::string_view xpath) const;
@@ -74,6 +79,27 @@ struct LoadError {
   std::size_t column = 0;
 };
 
+class ItemIndex;
+
+// The catalogue document. Besides the general XPath evaluation it answers the fixed path forms that the
+// importers use, each through a method that names what it looks up. These give the node that the XPath
+// evaluation of the form would give, but from an index that is built once per section (or per element
+// name) on first use, so that a lookup per item costs the same on every catalogue size:
+//
+//   path form                                                              method
+//   CalvoraCatalog/<S>/<S>Item                                             SectionItems(S)
+//   CalvoraCatalog/<S>/<S>Item[@PKID=<n>]        key compared as a number  ItemByNumber(S, n)
+//   CalvoraCatalog/<S>/<S>Item[@PKID='<k>']      key compared as text      ItemByText(S, k)
+//   //<S>Item[@PKID='<k>']                       anywhere in the document  ItemAnywhere(S, k)
+//   CalvoraCatalog/PageData/PageDataItem[@ElType='<t>' and @ElRef='<r>']   PageDataItem(t, r)
+//   <F> relative to an item                      a long-text field         Node::ChildElement(F)
+//
+// The key of the number form is compared as XPath compares a text with a number: " 12 ", "012", "12.0" and
+// "12." all equal 12, "+12", "1e1" and "" equal nothing, "-0" equals 0. The text forms compare exactly. When
+// keys repeat, the first item in document order wins. Where the form puts `k` between quotes as it stands,
+// a `k` that holds a quote is evaluated as the XPath text it makes (which may raise kInvalidArgument). Only
+// nodes are indexed, never NewPKID values, which the run sets while it reads them; a changed PKID, ElType or
+// ElRef attribute drops the index.
 class Document {
  public:
   Document();
@@ -81,10 +107,13 @@ class Document {
   Document(const Document&) = delete;
   Document& operator=(const Document&) = delete;
 
-  // Loads a file synchronously, replacing the content. False when the file cannot be read or is not
-  // well-formed XML; the document is then empty and load_error() says why.
+  // Loads a file synchronously, replacing the content. False when the file cannot be read or is not XML as
+  // a conforming parser judges it (xml_conformance.h: an external DTD or entity is never read, and what
+  // would need one is refused); the document is then empty and load_error() says why. The encoding follows
+  // the byte order mark and the XML declaration (UTF-8, UTF-16, ISO-8859-1, US-ASCII).
   bool Load(const std::string& path);
-  // Parses a text, replacing the content; same result rules as Load.
+  // Parses a text, which is UTF-8 whatever its declaration says, replacing the content; same result rules
+  // as Load.
   bool LoadXml(std::string_view text);
   const LoadError& load_error() const { return error_; }
 
@@ -93,10 +122,20 @@ class Document {
   NodeList SelectNodes(std::string_view xpath) const;
   Node SelectSingleNode(std::string_view xpath) const;
 
+  // The path forms of the importers (see above). `section` is a section name such as "Products".
+  NodeList SectionItems(std::string_view section) const;
+  Node ItemByNumber(std::string_view section, std::int32_t key) const;
+  Node ItemByText(std::string_view section, std::string_view key) const;
+  Node ItemAnywhere(std::string_view section, std::string_view key) const;
+  Node PageDataItem(std::int32_t element_type, std::int32_t element_key) const;
+
  private:
-  bool Finish(const pugi::xml_parse_result& result, std::string_view text);
+  ItemIndex& Index() const;
+  // Ends a load: keeps the new content, or on `error` empties the document and keeps why.
+  bool Finish(std::optional<LoadError> error);
   pugi::xml_document doc_;
   LoadError error_;
+  mutable std::unique_ptr<ItemIndex> index_;  // built on first use; dropped when the content is replaced
 };
 
 }  // namespace cvimp::catalog

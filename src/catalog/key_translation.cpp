@@ -1,7 +1,8 @@
 #include "catalog/key_translation.h"
 
-#include <optional>
+#include <set>
 
+#include "catalog/item_paths.h"
 #include "catalog/value_helpers.h"
 #include "common/error.h"
 #include "common/numeric.h"
@@ -11,9 +12,11 @@ namespace {
 
 Node FindFolder(const Document& doc, std::int32_t key) {
   // The folder lookups compare the key as text.
-  const std::string path = "CalvoraCatalog/Folders/FoldersItem[@PKID='" + std::to_string(key) + "']";
-  Node folder = doc.SelectSingleNode(path);
-  if (!folder) throw Error(ErrorCode::kObjectRequired, "Object variable not set: no item matches " + path);
+  Node folder = doc.ItemByText("Folders", std::to_string(key));
+  if (!folder) {
+    throw Error(ErrorCode::kObjectRequired,
+                "Object variable not set: no item matches " + ItemByTextPath("Folders", std::to_string(key)));
+  }
   return folder;
 }
 
@@ -22,9 +25,11 @@ Node FindFolder(const Document& doc, std::int32_t key) {
 std::int32_t TranslateKey(const Document& doc, std::int32_t old_key, const std::string& section) {
   if (old_key == 0) return 0;
   // The number is compared numerically, so "017" and " 17 " match the key 17 as well.
-  const std::string path = "CalvoraCatalog/" + section + "/" + section + "Item[@PKID=" + std::to_string(old_key) + "]";
-  Node item = doc.SelectSingleNode(path);
-  if (!item) throw Error(ErrorCode::kObjectRequired, "Object variable not set: no item matches " + path);
+  Node item = doc.ItemByNumber(section, old_key);
+  if (!item) {
+    throw Error(ErrorCode::kObjectRequired,
+                "Object variable not set: no item matches " + ItemByNumberPath(section, old_key));
+  }
   return NzLong(item.GetAttribute("NewPKID"), 0);
 }
 
@@ -38,14 +43,14 @@ std::string FolderPath(const Document& doc, std::int32_t key) {
   if (key == 0) {
     throw Error(ErrorCode::kInvalidArgument, "Invalid procedure call or argument: the folder key 0 has no path");
   }
-  // A walk that visits more folders than there are has come back to one of them.
-  const std::size_t folder_count = doc.SelectNodes("CalvoraCatalog/Folders/FoldersItem").size();
+  // Each key finds one folder (the first with that key), so a walk that meets a key a second time has come
+  // back to a folder it passed and would go round for ever.
+  std::set<std::int32_t> visited;
   std::string path;
-  std::size_t steps = 0;
   const std::int32_t start = key;
   while (key != 0) {
     path = FolderName(doc, key) + "/" + path;
-    if (++steps > folder_count) {
+    if (!visited.insert(key).second) {
       throw Error(ErrorCode::kInvalidArgument,
                   "The parent chain of folder " + std::to_string(start) + " loops back on itself");
     }

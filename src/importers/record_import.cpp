@@ -68,11 +68,6 @@ std::string NewPkidText(const catalog::Node& item) {
   return text;
 }
 
-std::string ItemsPath(std::string_view section) {
-  std::string s(section);
-  return "CalvoraCatalog/" + s + "/" + s + "Item";
-}
-
 std::string LookupStatement(plugin::Manager& manager, const TableImport& import, const std::vector<Value>& key) {
   std::string sql = "SELECT * FROM " + std::string(import.section) + " WHERE ";
   for (std::size_t i = 0; i < import.key.size(); ++i) {
@@ -93,7 +88,7 @@ void CopyField(plugin::Manager& manager, const recordset::Column& field, const c
   switch (field.type) {
     case DataType::kLongVarChar:
     case DataType::kLongVarWChar:
-      value = catalog::NzText(item.SelectSingleNode(field.name).NodeValue(), "");
+      value = catalog::NzText(item.ChildElement(field.name).NodeValue(), "");
       break;
     case DataType::kInteger:
     case DataType::kBigInt:
@@ -114,7 +109,7 @@ void RunTableImport(plugin::Manager& manager, const TableImport& import) {
 
   if (!import.start_text.empty()) on_error([&] { ShowStatus(manager, import.start_text); });
   catalog::NodeList items;
-  on_error([&] { items = plugin::Use(manager.catalog_document()).SelectNodes(ItemsPath(import.section)); });
+  on_error([&] { items = plugin::Use(manager.catalog_document()).SectionItems(import.section); });
   const std::size_t count = items.size();
 
   for (std::size_t i = 1; i <= count; ++i) {

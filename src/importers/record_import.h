@@ -81,9 +81,6 @@ void ShowStatus(plugin::Manager& manager, std::string_view text);
 void ShowItemProgress(plugin::Manager& manager, std::size_t count, std::size_t position, std::string_view text);
 std::string SqlQuote(plugin::Manager& manager, const std::string& text);
 
-// The path of all items of a section: "CalvoraCatalog/<Section>/<Section>Item".
-std::string ItemsPath(std::string_view section);
-
 // The text of an item's NewPKID attribute, for lookups that read it directly; a missing item, or a NewPKID
 // that is absent or empty, is an error.
 std::string NewPkidText(const catalog::Node& item);

@@ -79,25 +79,25 @@ void Manager::ImportKeywords() {
 // Looked up by the catalogue's RefType and ElRef; created with the placeholder keyword "temp". ElRef is
 // stored as the NewPKID of the product item it names, whatever the RefType.
 void Manager::ImportKeywordRefs() {
-  RunTableImport(*this,
-                 {.section = "KeywordRefs",
-                  .key = {KeyPart::Number("RefType", 16), KeyPart::Number("ElRef")},
-                  .skipped = {},
-                  .create =
-                      [](Item& item) {
-                        auto& rs = item.recordset();
-                        rs.AddNew();
-                        rs.SetValue("RefType", item.key_value(0));
-                        rs.SetValue("ElRef", item.key_value(1));
-                        rs.SetValue("Keyword", "temp");
-                      },
-                  .field_rules = {{"ElRef", [](Item& item, std::string_view field) {
-                                     const std::string text = catalog::NzText(item.node.GetAttribute("ElRef"), "");
-                                     const std::int32_t product_key = TextToLong(text, "ElRef");
-                                     const catalog::Node product = item.manager.catalog_document()->SelectSingleNode(
-                                         "//ProductsItem[@PKID='" + std::to_string(product_key) + "']");
-                                     item.recordset().SetValue(field, importers::NewPkidText(product));
-                                   }}}});
+  RunTableImport(*this, {.section = "KeywordRefs",
+                         .key = {KeyPart::Number("RefType", 16), KeyPart::Number("ElRef")},
+                         .skipped = {},
+                         .create =
+                             [](Item& item) {
+                               auto& rs = item.recordset();
+                               rs.AddNew();
+                               rs.SetValue("RefType", item.key_value(0));
+                               rs.SetValue("ElRef", item.key_value(1));
+                               rs.SetValue("Keyword", "temp");
+                             },
+                         .field_rules = {{"ElRef", [](Item& item, std::string_view field) {
+                                            const std::string text =
+                                                catalog::NzText(item.node.GetAttribute("ElRef"), "");
+                                            const std::int32_t product_key = TextToLong(text, "ElRef");
+                                            const catalog::Node product = item.manager.catalog_document()->ItemAnywhere(
+                                                "Products", std::to_string(product_key));
+                                            item.recordset().SetValue(field, importers::NewPkidText(product));
+                                          }}}});
 }
 
 }  // namespace cvimp::plugin
