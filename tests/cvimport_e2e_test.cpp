@@ -287,6 +287,44 @@ TEST_F(CatalogueConformanceTest, BytesInvalidInUtf8AreRefused) {
   ExpectRefused(catalog, "line 4, column 51: not well-formed (invalid token)");
 }
 
+// A currency whose name attribute is written as given, in an otherwise well-formed catalogue: line 4 holds it,
+// and the value starts in column 50.
+std::string CurrencyNamed(const std::string& name_attribute) {
+  return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<CalvoraCatalog>\n  <Currencies>\n"
+         "    <CurrenciesItem PKID=\"1\" ISOCode=\"EUR\" Name=\"" +
+         name_attribute + "\"/>\n  </Currencies>\n</CalvoraCatalog>\n";
+}
+
+TEST_F(CatalogueConformanceTest, CharacterReferenceToASurrogateIsRefused) {
+  ExpectRefused(WriteCatalogue("surrogate.xml", CurrencyNamed("Euro &#xD800;")),
+                "line 4, column 55: reference to invalid character number");
+}
+
+TEST_F(CatalogueConformanceTest, CharacterReferenceBeyondUnicodeIsRefused) {
+  ExpectRefused(WriteCatalogue("beyond.xml", CurrencyNamed("Euro &#x110000;")),
+                "line 4, column 55: reference to invalid character number");
+}
+
+TEST_F(CatalogueConformanceTest, RawControlCharacterIsRefused) {
+  ExpectRefused(WriteCatalogue("control.xml", CurrencyNamed("Eu\x01ro")),
+                "line 4, column 52: not well-formed (invalid token)");
+}
+
+TEST_F(CatalogueConformanceTest, LessThanInAnAttributeValueIsRefused) {
+  ExpectRefused(WriteCatalogue("less-than.xml", CurrencyNamed("Euro <b>")),
+                "line 4, column 55: not well-formed (invalid token)");
+}
+
+TEST_F(CatalogueConformanceTest, ExternalEntityIsNeverReadAndRefused) {
+  std::ofstream(dir_ / "secret.txt") << "geheim";
+  const std::string catalog = WriteCatalogue(
+      "external.xml",
+      "<?xml version=\"1.0\"?>\n<!DOCTYPE CalvoraCatalog [<!ENTITY secret SYSTEM \"secret.txt\">]>\n"
+      "<CalvoraCatalog>\n  <Currencies>\n    <CurrenciesItem PKID=\"1\" ISOCode=\"EUR\">&secret;</CurrenciesItem>\n"
+      "  </Currencies>\n</CalvoraCatalog>\n");
+  ExpectRefused(catalog, "line 5, column 44: error in processing external entity reference");
+}
+
 TEST_F(CatalogueConformanceTest, EntityBombIsRefused) {
   ExpectRefused(kData + "/entity-bomb.xml",
                 "line 17, column 5: limit on input amplification factor (from DTD and entities) breached");

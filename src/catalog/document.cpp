@@ -492,7 +492,7 @@ bool Document::Load(const std::string& path) {
       std::rethrow_exception(check_failure);
     }
     if (StampOf(path) != before) {
-      return Finish(LoadError{"The file was changed while it was being loaded", 0, 0});
+      return Finish(LoadError{"the file was changed while it was being loaded", 0, 0});
     }
   } else {
     // A pipe or a device cannot be read twice: its bytes are read first, then checked and parsed.
