@@ -14,6 +14,8 @@
 #include <thread>
 #include <vector>
 
+#include "plugin/testing/run_status_texts.h"
+
 namespace fs = std::filesystem;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -109,26 +111,12 @@ class CvimportTest : public ::testing::Test {
 const std::string kExample = std::string(EXAMPLES_DIR) + "/reference-catalog.xml";
 const std::string kData = TEST_DATA_DIR;
 
-const std::vector<std::string> kStatusWithoutRegions = {
-    "Initialisiere Import...",
-    "Starte Import...",
-    "Importiere Währungen",
-    "Importiere Lieferzeiten",
-    "Importiere Maßeinheiten",
-    "Importiere Mengeneinheiten",
-    "Importiere Zahl- und Versandarten",
-    "Importiere Varianten",
-    "Importiere Attribute",
-    "Importiere Stichworte",
-    "Importiere Hersteller",
-    "Der Import wurde erfolgreich abgeschlossen.",
-};
+const std::vector<std::string>& kStatusWithoutRegions = cvimp::plugin::testing::kStatusTextsOfAnEmptyRun;
 
 TEST_F(CvimportTest, FreshImportCreatesTheDatabaseAndPrintsEveryStatusTextInOrder) {
   Result r = Import(kExample, {"--regions"});
   ASSERT_EQ(r.exit_code, 0) << r.err;
-  std::vector<std::string> expected = kStatusWithoutRegions;
-  expected.insert(expected.begin() + 6, "Importiere Regionen");
+  const std::vector<std::string> expected = cvimp::plugin::testing::WithRegions(kStatusWithoutRegions);
   EXPECT_EQ(r.OutLines(), expected);
   EXPECT_EQ(r.err, "");
 

@@ -7,6 +7,7 @@
 #include "common/ascii_case.h"
 #include "common/error.h"
 #include "common/numeric.h"
+#include "settings/frm_vel_xml_settings.h"
 
 namespace cvimp::importers {
 namespace {
@@ -36,9 +37,6 @@ Value ReadKeyPart(const catalog::Node& item, const KeyPart& part) {
   return n;
 }
 
-bool ModeCreates(std::int16_t mode) { return mode == 0 || mode == 1; }
-bool ModeUpdates(std::int16_t mode, bool created_here) { return mode == 0 || mode == 2 || created_here; }
-
 }  // namespace
 
 recordset::Recordset& Item::recordset() const { return WorkingRecordset(manager); }
@@ -66,6 +64,28 @@ std::string NewPkidText(const catalog::Node& item) {
   std::string text = item.AttributeText("NewPKID");
   if (text.empty()) throw Error(ErrorCode::kObjectRequired, "The item has no NewPKID");
   return text;
+}
+
+void OpenLookup(plugin::Manager& manager, const std::string& sql) {
+  manager.set_last_sql(sql);
+  WorkingRecordset(manager).Open(sql, plugin::Use(manager.host_api()).Connection(), recordset::CursorType::kKeyset,
+                                 recordset::LockType::kOptimistic, -1);
+}
+
+std::int32_t RecordKey(const plugin::Manager& manager) {
+  return TextToLong(TextForm(WorkingRecordset(manager).GetValue("PKID")), "the record's PKID");
+}
+
+bool MediaImportChecked(const plugin::Manager& manager) {
+  return manager.Form().chkImportMedia().Value != settings::CheckBox::kUnchecked;
+}
+
+std::optional<std::string> MediaKeyText(const plugin::Manager& manager, const catalog::Node& item,
+                                        std::string_view attribute) {
+  const Value value = item.GetAttribute(attribute);
+  if (value.is_null() || value.text() == "0" || !MediaImportChecked(manager)) return std::nullopt;
+  const std::int32_t key = TextToLong(value.text(), attribute);
+  return NewPkidText(plugin::Use(manager.catalog_document()).ItemAnywhere("Media", std::to_string(key)));
 }
 
 std::string LookupStatement(plugin::Manager& manager, const TableImport& import, const std::vector<Value>& key) {
@@ -112,8 +132,12 @@ void RunTableImport(plugin::Manager& manager, const TableImport& import) {
   on_error([&] { items = plugin::Use(manager.catalog_document()).SectionItems(import.section); });
   const std::size_t count = items.size();
 
+  // The item's values live across items: where a statement fails in an importer that skips failing
+  // statements, its value stays what the previous item left.
+  Item item{manager, {}, std::vector<Value>(import.key.size()), 0, false};
+  std::string sql;
   for (std::size_t i = 1; i <= count; ++i) {
-    Item item{manager, items[i - 1], std::vector<Value>(import.key.size()), 0, false};
+    item.node = items[i - 1];
     on_error([&] { ShowItemProgress(manager, count, i, ""); });
     item.created_here = false;
     if (import.translates_keys) {
@@ -123,13 +147,8 @@ void RunTableImport(plugin::Manager& manager, const TableImport& import) {
     for (std::size_t p = 0; p < import.key.size(); ++p)
       on_error([&] { item.key[p] = ReadKeyPart(item.node, import.key[p]); });
 
-    std::string sql;
     on_error([&] { sql = LookupStatement(manager, import, item.key); });
-    manager.set_last_sql(sql);
-    on_error([&] {
-      WorkingRecordset(manager).Open(sql, plugin::Use(manager.host_api()).Connection(), recordset::CursorType::kKeyset,
-                                     recordset::LockType::kOptimistic, -1);
-    });
+    on_error([&] { OpenLookup(manager, sql); });
 
     if (!catalog::RecordFound(manager.working_recordset()) && ModeCreates(manager.update_mode())) {
       on_error([&] {

@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -87,5 +88,43 @@ std::string NewPkidText(const catalog::Node& item);
 
 // The working recordset, or the error that there is none.
 recordset::Recordset& WorkingRecordset(const plugin::Manager& manager);
+
+// ---- Steps shared by the importers written as routines of their own ---------------------------------------
+
+// Keeps the statement as the Manager's last statement text and opens the working recordset on it (keyset
+// cursor, optimistic locking, the host's connection).
+void OpenLookup(plugin::Manager& manager, const std::string& sql);
+
+// Whether the update mode lets a missing record be created (0 and 1), and an existing one be filled (0 and 2,
+// or any mode when the item created it).
+inline bool ModeCreates(std::int16_t mode) { return mode == 0 || mode == 1; }
+inline bool ModeUpdates(std::int16_t mode, bool created_here) { return mode == 0 || mode == 2 || created_here; }
+
+// Walks the fields of the working recordset's current record in their order; reading the field list and each
+// field is a statement of the caller's regime.
+template <class Visit>
+void ForEachField(plugin::Manager& manager, const ErrorRegime& on_error, Visit&& visit) {
+  std::size_t count = 0;
+  on_error([&] { count = WorkingRecordset(manager).FieldCount(); });
+  for (std::size_t f = 0; f < count; ++f) {
+    recordset::Column field;
+    if (!on_error([&] { field = WorkingRecordset(manager).FieldAt(f); })) continue;
+    visit(field);
+  }
+}
+
+// The PKID of the working recordset's current record as a 32-bit whole number; no current record, or a key
+// that is not such a number, is an error.
+std::int32_t RecordKey(const plugin::Manager& manager);
+
+// Whether the media check box of the settings page is checked (asked afresh at every use).
+bool MediaImportChecked(const plugin::Manager& manager);
+
+// A media key field (a product's picture, a page's thumbnail): the text of the NewPKID of the media item
+// "//MediaItem[@PKID='n']", n being the item's attribute read as a whole number; nothing (the field is not
+// written) when the attribute is absent or "0" or media are not imported. A media item that is missing or has
+// no NewPKID is an error.
+std::optional<std::string> MediaKeyText(const plugin::Manager& manager, const catalog::Node& item,
+                                        std::string_view attribute);
 
 }  // namespace cvimp::importers

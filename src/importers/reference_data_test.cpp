@@ -195,16 +195,34 @@ TEST_F(ReferenceData, KeywordsInMode1WithAnExistingKeywordKeepTheItemsPkidAsNewP
 
 // --- KeywordRefs ----------------------------------------------------------------------------------------
 
-const char* kProducts = R"(<Products><ProductsItem PKID="15" NewPKID="501"/><ProductsItem PKID="16"/></Products>)";
+// Product 15 is imported onto the shop's product 501 (found by its ProductID), so its item gets NewPKID 501.
+// Product 16 stands outside the products section: the product import never reaches it, so it has no NewPKID,
+// while a lookup anywhere in the document still finds it.
+const char* kProducts =
+    R"(<Products><ProductsItem PKID="15" ProductID="P15"/></Products><Elsewhere><ProductsItem PKID="16"/></Elsewhere>)";
 
-TEST_F(ReferenceData, KeywordRefsStoreTheNewKeyOfTheProductWhateverTheRefType) {
+class KeywordRefs : public ReferenceData {
+ protected:
+  void SetUp() override {
+    ReferenceData::SetUp();
+    Exec("INSERT INTO Products (PKID, ProductID) VALUES (501, 'P15')");
+  }
+  std::vector<std::string> KeywordRefsQueries() const {
+    std::vector<std::string> queries;
+    for (const auto& q : connection->queries)
+      if (q.find("FROM KeywordRefs") != std::string::npos) queries.push_back(q);
+    return queries;
+  }
+};
+
+TEST_F(KeywordRefs, StoreTheNewKeyOfTheProductWhateverTheRefType) {
   ImportSections(std::string(kProducts) +
                  R"(<KeywordRefs><KeywordRefsItem PKID="1" RefType="2" ElRef="15" Keyword="Tee"/></KeywordRefs>)");
   EXPECT_EQ(Select("SELECT RefType, ElRef, Keyword FROM KeywordRefs"), (Rows{{"2", "501", "Tee"}}));
-  EXPECT_THAT(connection->queries, ElementsAre("SELECT * FROM KeywordRefs WHERE RefType=2 AND ElRef=15"));
+  EXPECT_THAT(KeywordRefsQueries(), ElementsAre("SELECT * FROM KeywordRefs WHERE RefType=2 AND ElRef=15"));
 }
 
-TEST_F(ReferenceData, KeywordRefsLookUpTheCatalogueElRefNotTheTranslatedOne) {
+TEST_F(KeywordRefs, LookUpTheCatalogueElRefNotTheTranslatedOne) {
   Exec("INSERT INTO KeywordRefs (RefType, ElRef, Keyword) VALUES (2, 501, 'alt')");
   ImportSections(std::string(kProducts) +
                  R"(<KeywordRefs><KeywordRefsItem PKID="5" RefType="2" ElRef="15" Keyword="neu"/></KeywordRefs>)");
@@ -212,7 +230,7 @@ TEST_F(ReferenceData, KeywordRefsLookUpTheCatalogueElRefNotTheTranslatedOne) {
             (Rows{{"2", "501", "alt"}, {"2", "501", "neu"}}));
 }
 
-TEST_F(ReferenceData, KeywordRefsEndAtAnItemWhoseProductHasNoNewPkid) {
+TEST_F(KeywordRefs, EndAtAnItemWhoseProductHasNoNewPkid) {
   ImportSections(
       std::string(kProducts) +
       R"(<KeywordRefs><KeywordRefsItem RefType="2" ElRef="15" Keyword="a"/><KeywordRefsItem RefType="2" ElRef="16" Keyword="b"/><KeywordRefsItem RefType="2" ElRef="15" Keyword="c"/></KeywordRefs>)");

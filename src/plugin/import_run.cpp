@@ -22,11 +22,11 @@ ImportStep Step(std::string_view section, void (Manager::*routine)() = nullptr, 
 
 const std::array<ImportStep, 43> kSteps = {
     Step("Media", nullptr, C::kImportMedia),
-    Step("Folders"),
-    Step("Categories"),
-    Step("Products"),
-    Step("Products2Categories"),
-    Step("Pages"),
+    Step("Folders", &Manager::ImportFolders),
+    Step("Categories", &Manager::ImportCategories),
+    Step("Products", &Manager::ImportProducts),
+    Step("Products2Categories", &Manager::ImportProducts2Categories),
+    Step("Pages", &Manager::ImportPages),
     Step("Currencies", &Manager::ImportCurrencies),
     Step("DeliveryTimes", &Manager::ImportDeliveryTimes),
     Step("ExchangeDataProfiles"),
@@ -95,7 +95,7 @@ void Manager::RunImport() {
   import_started_ = true;
   on_error([&] { platform_->YieldToMessageLoop(); });
 
-  on_error([&] { working_ = recordset::NewRecordset(); });
+  on_error([&] { RenewWorkingRecordset(); });
   on_error([&] { update_mode_ = Form().UpdateMode(); });
 
   std::shared_ptr<TextCatalog> texts;

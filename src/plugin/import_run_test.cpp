@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "plugin/testing/import_fixture.h"
+#include "plugin/testing/run_status_texts.h"
 
 namespace cvimp::plugin::testing {
 namespace {
@@ -11,20 +12,7 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 
-const std::vector<std::string> kStatusOfAnEmptyRun = {
-    "Initialisiere Import...",
-    "Starte Import...",
-    "Importiere Währungen",
-    "Importiere Lieferzeiten",
-    "Importiere Maßeinheiten",
-    "Importiere Mengeneinheiten",
-    "Importiere Zahl- und Versandarten",
-    "Importiere Varianten",
-    "Importiere Attribute",
-    "Importiere Stichworte",
-    "Importiere Hersteller",
-    "Der Import wurde erfolgreich abgeschlossen.",
-};
+const std::vector<std::string>& kStatusOfAnEmptyRun = kStatusTextsOfAnEmptyRun;
 
 std::vector<std::string> WithLoadFailure() {
   auto texts = kStatusOfAnEmptyRun;
@@ -137,8 +125,7 @@ TEST_F(ImportRun, ARootOfAnotherNameLoadsButEverySectionIsEmpty) {
 TEST_F(ImportRun, TheRegionsSwitchInAnyLetterCaseImportsRegions) {
   host.state->texts["impvelxml.config.regions"] = "tRuE";
   ImportSections(R"(<Regions><RegionsItem PKID="5" Name="R"/></Regions>)");
-  auto expected = kStatusOfAnEmptyRun;
-  expected.insert(expected.begin() + 6, "Importiere Regionen");
+  const auto expected = WithRegions(kStatusOfAnEmptyRun);
   EXPECT_EQ(host.state->StatusTexts(), expected);
   EXPECT_EQ(Select("SELECT PKID, Name FROM Regions"), (Rows{{"5", "R"}}));
 }

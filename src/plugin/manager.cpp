@@ -111,4 +111,6 @@ std::string Manager::BuildPageDescriptor() {
   return pages;
 }
 
+void Manager::RenewWorkingRecordset() { working_ = recordset::NewRecordset(); }
+
 }  // namespace cvimp::plugin

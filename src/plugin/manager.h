@@ -68,6 +68,18 @@ class Manager {
   void ImportKeywords();
   void ImportKeywordRefs();
 
+  // Table importers of the site structure and the goods.
+  void ImportFolders();
+  void ImportPages();
+  // The page data of one element (0 page, 1 category, 2 product), called for every such record written.
+  void ImportPageData(std::int16_t element_type, std::int32_t old_key, std::int32_t new_key);
+  void ImportCategories();
+  void ImportProducts();
+  void ImportProducts2Categories();
+
+  // Replaces the working recordset by a new, closed one; the one it held is released (and so closed).
+  void RenewWorkingRecordset();
+
  private:
   std::string BuildPageDescriptor();
   void RunImport();
