@@ -189,6 +189,234 @@ TEST_F(CvimportTest, SecondImportInMode2UpdatesButCreatesNothing) {
   EXPECT_EQ(Count("Manufacturers"), 3);
 }
 
+// ---- The site structure and the goods of the example -------------------------------------------------------
+
+// The rows of the tables that the folder, page, page-data, category, product and assignment importers write,
+// each in a fixed order and with every field.
+const char* const kFolderRows = "SELECT PKID, Name, ParentFolderFKID FROM Folders ORDER BY PKID";
+const char* const kPageRows =
+    "SELECT PKID, ID, PageName, PageTitle, PageIntro, Depth, ParentFKID, SortOrder FROM Pages ORDER BY PKID";
+const char* const kPageDataRows =
+    "SELECT PKID, ElType, ElRef, IntroSoundMRef, OutputFolderRef, ThumbMRef, Comments, Markup, HeadMarkup, MetaTags, "
+    "MetaKeywords, ScheduleFrom, ScheduleTo, FirstStagedDate, LastStagedDate, IncludeBackRefs, Title, FileName "
+    "FROM PageData ORDER BY ElType, ElRef";
+const char* const kCategoryRows =
+    "SELECT PKID, ID, Name, ParentCategoryFKID, DefaultThumbMRef, LongDesc, ShortDesc, SortOrder, IsHidden "
+    "FROM Categories ORDER BY PKID";
+const char* const kProductRows =
+    "SELECT PKID, ProductID, Name, PictureMRef, LongDesc, ShortDesc, Price, Weight, ManufacturerFKID, "
+    "DeliveryTimeFKID FROM Products ORDER BY PKID";
+const char* const kAssignmentRows =
+    "SELECT PKID, CategoryFKID, ProductFKID, SortOrder FROM Products2Categories ORDER BY PKID";
+
+// A page-data row: its key, element, output folder and the two texts copied from the item. The sound and
+// thumbnail references are 0 (the example imports no media); the long texts, meta data, schedule and
+// back-reference switch are never taken from the catalogue and keep the defaults of a new record.
+std::vector<std::string> PageDataRow(const std::string& pkid, const std::string& el_type, const std::string& el_ref,
+                                     const std::string& output_folder, const std::string& title,
+                                     const std::string& file_name) {
+  return {pkid,   el_type, el_ref, "0",    output_folder, "0",    "NULL", "NULL", "NULL",
+          "NULL", "NULL",  "NULL", "NULL", "NULL",        "NULL", "0",    title,  file_name};
+}
+
+// Rows of the example's first import, shared with the second imports that leave them as they are.
+//
+// Folders: the tree Shop/Tee/Grüntee comes child first. A new folder is first added by its name alone and
+// then compared by path; Grüntee and Tee are not at the top in the catalogue, so the fresh record (parent not
+// yet set, path /Grüntee) differs and a second one is added, and the first stays behind with only its name.
+// Shop and the top Angebote match their fresh record. The Angebote below Tee finds the top one by name, at
+// another place, and gets a folder of its own. The parents are set in the second pass.
+const Rows kFoldersOfTheFirstImport = {
+    {"1", "Grüntee", "0"}, {"2", "Grüntee", "4"},  {"3", "Tee", "0"},      {"4", "Tee", "5"},
+    {"5", "Shop", "0"},    {"6", "Angebote", "0"}, {"7", "Angebote", "4"},
+};
+// Pages: the placeholders "temp" are replaced by the catalogue's texts, also by the empty title of the page
+// that has none; PageIntro and Depth are never written; ParentFKID keeps the catalogue's key 101.
+const Rows kPagesOfTheFirstImport = {
+    {"1", "start", "Startseite", "Willkommen im Teeladen", "NULL", "0", "0", "1"},
+    {"2", "teewelt", "Teewelt", "Alles über Tee", "NULL", "0", "101", "2"},
+    {"3", "impressum", "Impressum", "", "NULL", "0", "101", "3"},
+};
+// Categories: Grüner Tee comes before its parent Tee and gets it in the second pass; the default thumbnail is
+// never written; the long description is the item's text (empty where it has none).
+const Rows kCategoriesOfTheFirstImport = {
+    {"1", "GRUENTEE", "Grüner Tee", "2", "0", "Grüne Tees aus Japan und China.", "Frisch und grasig", "1", "0"},
+    {"2", "TEE", "Tee", "0", "0", "", "Alle Sorten", "1", "0"},
+    {"3", "ZUBEHOER", "Zubehör", "0", "0", "", "Kannen und Siebe", "2", "-1"},
+};
+// Products: the long description is the item's text with its escaped markup read as text; the manufacturer
+// and delivery time keys are copied as the catalogue has them (Teehaus Nord is 8 there and 2 here).
+const Rows kProductsOfTheFirstImport = {
+    {"1", "SENCHA", "Sencha Bio", "0", "Grüner Tee aus Japan: <b>mild</b> & frisch.", "Japanischer Grüntee, 100 g",
+     "6.9", "0.1", "8", "1"},
+    {"2", "MATCHA", "Matcha", "0", "Fein gemahlen, für Schale und Besen.", "Pulvertee, 30 g", "14.5", "0.03", "8", "2"},
+    {"3", "KANNE", "Teekanne Gusseisen", "0", "Gusseiserne Kanne mit Sieb; hält lange warm.", "1,2 Liter", "39.95",
+     "1.5", "7", "2"},
+};
+// Assignments with the new keys of category and product. The last item names product 44, which the catalogue
+// does not hold: the import ends there without a row.
+const Rows kAssignmentsOfTheFirstImport = {{"1", "1", "1", "1"}, {"2", "1", "2", "2"}, {"3", "3", "3", "1"}};
+
+// Page data: every page, category and product written gets a row, keyed by its new key; those without a
+// page-data item in the catalogue get a bare one. A row from an item takes the item's PKID (PKID is copied
+// like an ordinary field), and a row added later gets the next key above the highest so far (after 5 comes 6).
+// The output folder is the new key of the named folder: Shop 5, the Angebote below Tee 7, Grüntee 2.
+Rows PageDataOfAnImport(const std::string& angebote_below_tee, const std::string& gruentee,
+                        const std::string& start_title) {
+  return {
+      PageDataRow("1", "0", "1", "5", start_title, "index.html"),
+      PageDataRow("2", "0", "2", angebote_below_tee, "Teewelt", "teewelt.html"),
+      PageDataRow("14", "0", "3", "0", "NULL", "NULL"),
+      PageDataRow("5", "1", "1", gruentee, "Grüner Tee", "gruener-tee.html"),
+      PageDataRow("6", "1", "2", "0", "NULL", "NULL"),
+      PageDataRow("7", "1", "3", "0", "NULL", "NULL"),
+      PageDataRow("9", "2", "1", gruentee, "Sencha Bio", "sencha.html"),
+      PageDataRow("10", "2", "2", "0", "NULL", "NULL"),
+      PageDataRow("11", "2", "3", "0", "NULL", "NULL"),
+  };
+}
+
+TEST_F(CvimportTest, FreshImportWritesTheFoldersPagesPageDataAndGoodsOfTheExample) {
+  Result r = Import(kExample, {"--verbose"});
+  ASSERT_EQ(r.exit_code, 0) << r.err;
+  EXPECT_EQ(r.OutLines(), kStatusWithoutRegions);
+
+  EXPECT_EQ(Query(kFolderRows), kFoldersOfTheFirstImport);
+  EXPECT_EQ(Query(kPageRows), kPagesOfTheFirstImport);
+  EXPECT_EQ(Query(kPageDataRows), PageDataOfAnImport("7", "2", "Startseite"));
+  EXPECT_EQ(Query(kCategoryRows), kCategoriesOfTheFirstImport);
+  EXPECT_EQ(Query(kProductRows), kProductsOfTheFirstImport);
+  EXPECT_EQ(Query(kAssignmentRows), kAssignmentsOfTheFirstImport);
+}
+
+// What a second import of the example writes in each update mode, over records that were changed in between.
+struct SecondImportCase {
+  int mode;
+  Rows folders;
+  Rows pages;
+  Rows page_data;
+  Rows categories;
+  Rows products;
+  Rows assignments;
+};
+
+class SecondImportOfTheExampleTest : public CvimportTest, public ::testing::WithParamInterface<SecondImportCase> {};
+
+TEST_P(SecondImportOfTheExampleTest, WritesTheSiteStructureAndTheGoodsAsTheModeSays) {
+  const SecondImportCase& c = GetParam();
+  ASSERT_EQ(Import(kExample).exit_code, 0);
+  Exec("UPDATE Pages SET PageTitle='geändert' WHERE ID='start'");
+  Exec("UPDATE PageData SET Title='geändert' WHERE ElType=0 AND ElRef=1");
+  Exec("UPDATE Categories SET Name='geändert' WHERE ID='TEE'");
+  Exec("UPDATE Products SET Name='geändert' WHERE ProductID='SENCHA'");
+  Exec("UPDATE Products2Categories SET SortOrder=9 WHERE PKID=1");
+
+  Result r = Import(kExample, {"--mode", std::to_string(c.mode), "--verbose"});
+  ASSERT_EQ(r.exit_code, 0) << r.err;
+  EXPECT_EQ(r.OutLines(), kStatusWithoutRegions);
+
+  EXPECT_EQ(Query(kFolderRows), c.folders);
+  EXPECT_EQ(Query(kPageRows), c.pages);
+  EXPECT_EQ(Query(kPageDataRows), c.page_data);
+  EXPECT_EQ(Query(kCategoryRows), c.categories);
+  EXPECT_EQ(Query(kProductRows), c.products);
+  EXPECT_EQ(Query(kAssignmentRows), c.assignments);
+}
+
+// The first import's rows with one field of one row replaced.
+Rows With(Rows rows, std::size_t row, std::size_t field, const std::string& value) {
+  rows.at(row).at(field) = value;
+  return rows;
+}
+
+// Folders of a second import. The name query returns the folders of a name in key order, and only the first is
+// compared by path: for Grüntee and Tee that is the bare record that the first import left behind, at the
+// top, so each gets one more folder (8 and 9), in every mode. Shop and the top Angebote find themselves. The
+// Angebote below Tee finds the top one first and again gets a folder of its own (10). The new folders get their
+// parents in the second pass from the NewPKID of the parent item.
+Rows FoldersOfASecondImport(const std::string& parent_of_the_new_tee) {
+  Rows rows = kFoldersOfTheFirstImport;
+  rows.push_back({"8", "Grüntee", "9"});
+  rows.push_back({"9", "Tee", parent_of_the_new_tee});
+  rows.push_back({"10", "Angebote", "9"});
+  return rows;
+}
+
+// Modes 0 and 2 update every record that the catalogue names: the changed texts are the catalogue's again,
+// and the page data name the folders that this import wrote (the Angebote below Tee 10, Grüntee 8).
+SecondImportCase UpdatingSecondImport(int mode) {
+  return {mode,
+          FoldersOfASecondImport("5"),
+          kPagesOfTheFirstImport,
+          PageDataOfAnImport("10", "8", "Startseite"),
+          kCategoriesOfTheFirstImport,
+          kProductsOfTheFirstImport,
+          kAssignmentsOfTheFirstImport};
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Modes, SecondImportOfTheExampleTest,
+    ::testing::Values(
+        UpdatingSecondImport(0),
+        // Mode 1 leaves every existing record alone and writes no page data for it. Shop is not written, so
+        // its item keeps its catalogue key 11 as NewPKID, and the new Tee gets 11 as its parent in the second
+        // pass. The categories and products that were not written have no NewPKID, so every assignment
+        // translates to the keys 0 and 0: the first adds that row, the next two find it and leave it alone.
+        SecondImportCase{
+            1,
+            FoldersOfASecondImport("11"),
+            With(kPagesOfTheFirstImport, 0, 3, "geändert"),
+            PageDataOfAnImport("7", "2", "geändert"),
+            With(kCategoriesOfTheFirstImport, 1, 2, "geändert"),
+            With(kProductsOfTheFirstImport, 0, 2, "geändert"),
+            Rows{{"1", "1", "1", "9"}, {"2", "1", "2", "2"}, {"3", "3", "3", "1"}, {"4", "0", "0", "1"}},
+        },
+        UpdatingSecondImport(2)),
+    [](const ::testing::TestParamInfo<SecondImportCase>& info) { return "Mode" + std::to_string(info.param.mode); });
+
+// ---- A folder import that ends early ------------------------------------------------------------------------
+
+// The folder import ends with the record set open; each importer after it that opens the record set ends at
+// its first item ("Operation is not allowed when the object is open"), and the run still ends as usual.
+void ExpectTheCascade(const Result& r) {
+  EXPECT_EQ(r.exit_code, 0) << r.err;
+  EXPECT_EQ(r.OutLines(), kStatusWithoutRegions);
+  EXPECT_THAT(r.err, HasSubstr("Open SELECT * FROM Pages WHERE ID='start': Operation is not allowed when the object "
+                               "is open."));
+  EXPECT_THAT(r.err, HasSubstr("Open SELECT * FROM Currencies WHERE ISOCode='EUR': Operation is not allowed when "
+                               "the object is open."));
+  EXPECT_THAT(r.err, HasSubstr("Open SELECT * FROM Keywords WHERE Keyword='Tee': Operation is not allowed when "
+                               "the object is open."));
+}
+
+TEST_F(CvimportTest, AFolderWithoutPkidEndsTheFolderImportAndEveryLaterImporterAtItsFirstItem) {
+  Result r = Import(kData + "/folders-end-early.xml", {"--verbose"});
+  ExpectTheCascade(r);
+  // The first folder is written; the second is added by its name and then ends the import, as its path cannot
+  // be built; the third is never reached, nor is the second pass.
+  EXPECT_EQ(Query(kFolderRows), (Rows{{"1", "Shop", "0"}, {"2", "Lager", "0"}}));
+  EXPECT_EQ(Count("Pages"), 0);
+  EXPECT_EQ(Count("PageData"), 0);
+  EXPECT_EQ(Count("Currencies"), 0);
+  EXPECT_EQ(Count("Keywords"), 0);
+}
+
+TEST_F(CvimportTest, InMode2AFolderMissingFromTheShopEndsTheFolderImportAndEveryLaterImporterAtItsFirstItem) {
+  ASSERT_EQ(Run({"init", db().string()}).exit_code, 0);
+  Exec("INSERT INTO Pages (ID, PageName, PageTitle) VALUES ('start', 'alt', 'alt')");
+  Exec("INSERT INTO Currencies (ISOCode, Name) VALUES ('EUR', 'alt')");
+  Result r = Import(kData + "/folders-end-early.xml", {"--mode", "2", "--verbose"});
+  ExpectTheCascade(r);
+  // The first folder is not in the shop: its path is asked for the key of the empty result.
+  EXPECT_THAT(r.err, HasSubstr("Reading field 'PKID' (statement: SELECT * FROM Folders WHERE Name='Shop')"));
+  EXPECT_EQ(Count("Folders"), 0);
+  // Without the cascade mode 2 would have updated these two records.
+  EXPECT_EQ(Query("SELECT ID, PageName, PageTitle FROM Pages"), (Rows{{"start", "alt", "alt"}}));
+  EXPECT_EQ(Query("SELECT ISOCode, Name FROM Currencies"), (Rows{{"EUR", "alt"}}));
+  EXPECT_EQ(Count("PageData"), 0);
+  EXPECT_EQ(Count("Keywords"), 0);
+}
+
 TEST_F(CvimportTest, MissingCatalogueShowsThePageMessageAndRunsNothing) {
   Result r = Import((dir_ / "nope.xml").string());
   EXPECT_EQ(r.exit_code, 3);

@@ -164,12 +164,17 @@ class FakeHostApi : public HostApi {
   std::string ProjectPath() override { return project_path; }
   std::shared_ptr<HostTools> Tools() override { return has_tools ? std::make_shared<FakeTools>(s_) : nullptr; }
   std::shared_ptr<recordset::Connection> Connection() override { return connection; }
-  std::shared_ptr<FolderService> GetFolderService() override { return std::make_shared<FakeFolderService>(s_); }
+  std::shared_ptr<FolderService> GetFolderService() override {
+    return folder_service ? folder_service : std::make_shared<FakeFolderService>(s_);
+  }
 
   bool has_services = true;
   bool has_tools = true;
   std::string project_path;
   std::shared_ptr<recordset::Connection> connection;
+  // When set, the folder service handed out instead of the fake one that answers from
+  // FakeHostState::folder_paths (for example the command-line host's service over the test database).
+  std::shared_ptr<FolderService> folder_service;
 
  private:
   std::shared_ptr<FakeHostState> s_;
