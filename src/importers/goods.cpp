@@ -21,7 +21,6 @@ using importers::ModeUpdates;
 using importers::OpenLookup;
 using importers::RecordKey;
 using importers::ShowItemProgress;
-using importers::ShowStatus;
 using importers::SqlQuote;
 using importers::WorkingRecordset;
 
@@ -37,9 +36,7 @@ bool Is(const recordset::Column& field, const char* name) { return EqualsIgnorin
 void Manager::ImportCategories() {
   const auto on_error = ErrorRegime::SkipFailingStatements();
 
-  on_error([&] { ShowStatus(*this, "Importiere Warengruppen"); });
-  catalog::NodeList items;
-  on_error([&] { items = Use(catalog_document()).SectionItems("Categories"); });
+  const catalog::NodeList items = importers::StartSection(*this, on_error, "Categories", "Importiere Warengruppen");
   const std::size_t count = items.size();
 
   std::string name, key;
@@ -80,22 +77,7 @@ void Manager::ImportCategories() {
   }
 
   // The parents. A category that the first pass left alone has no NewPKID and asks for the key 0.
-  std::int32_t new_key = 0, parent = 0;
-  for (catalog::Node item : items) {
-    on_error([&] { new_key = NzLong(item.GetAttribute("NewPKID"), 0); });
-    on_error([&] { parent = NzLong(item.GetAttribute("ParentCategoryFKID"), 0); });
-    if (parent <= 0) continue;
-    catalog::Node parent_item;
-    on_error([&] { parent_item = Use(catalog_document()).ItemByText("Categories", std::to_string(parent)); });
-    on_error([&] { OpenLookup(*this, "SELECT * FROM Categories WHERE PKID=" + std::to_string(new_key)); });
-    if (RecordFound(working_recordset())) {
-      on_error([&] {
-        WorkingRecordset(*this).SetValue("ParentCategoryFKID", NzLong(parent_item.GetAttribute("NewPKID"), 0));
-      });
-      on_error([&] { WorkingRecordset(*this).Update(); });
-    }
-    on_error([&] { WorkingRecordset(*this).Close(); });
-  }
+  importers::SetTreeParents(*this, on_error, items, "Categories", "ParentCategoryFKID");
 }
 
 // Products are looked up by ProductID. The long description is the item's own text; the picture is the only
@@ -104,9 +86,7 @@ void Manager::ImportCategories() {
 void Manager::ImportProducts() {
   const auto on_error = ErrorRegime::SkipFailingStatements();
 
-  on_error([&] { ShowStatus(*this, "Importiere Produkte"); });
-  catalog::NodeList items;
-  on_error([&] { items = Use(catalog_document()).SectionItems("Products"); });
+  const catalog::NodeList items = importers::StartSection(*this, on_error, "Products", "Importiere Produkte");
   const std::size_t count = items.size();
 
   std::string name, key;
@@ -157,9 +137,8 @@ void Manager::ImportProducts() {
 void Manager::ImportProducts2Categories() {
   const auto on_error = ErrorRegime::EndAtFirstError();
 
-  on_error([&] { ShowStatus(*this, "Produkte werden zugeordnet"); });
-  catalog::NodeList items;
-  on_error([&] { items = Use(catalog_document()).SectionItems("Products2Categories"); });
+  const catalog::NodeList items =
+      importers::StartSection(*this, on_error, "Products2Categories", "Produkte werden zugeordnet");
   const std::size_t count = items.size();
 
   for (std::size_t i = 1; i <= count; ++i) {

@@ -72,6 +72,37 @@ void OpenLookup(plugin::Manager& manager, const std::string& sql) {
                                  recordset::LockType::kOptimistic, -1);
 }
 
+catalog::NodeList StartSection(plugin::Manager& manager, const ErrorRegime& on_error, std::string_view section,
+                               std::string_view start_text) {
+  if (!start_text.empty()) on_error([&] { ShowStatus(manager, start_text); });
+  catalog::NodeList items;
+  on_error([&] { items = plugin::Use(manager.catalog_document()).SectionItems(section); });
+  return items;
+}
+
+void SetTreeParents(plugin::Manager& manager, const ErrorRegime& on_error, const catalog::NodeList& items,
+                    std::string_view section, std::string_view parent_field) {
+  std::int32_t new_key = 0, parent = 0;
+  for (const catalog::Node& item : items) {
+    on_error([&] { new_key = catalog::NzLong(item.GetAttribute("NewPKID"), 0); });
+    on_error([&] { parent = catalog::NzLong(item.GetAttribute(parent_field), 0); });
+    if (parent <= 0) continue;
+    catalog::Node parent_item;
+    on_error(
+        [&] { parent_item = plugin::Use(manager.catalog_document()).ItemByText(section, std::to_string(parent)); });
+    on_error([&] {
+      OpenLookup(manager, "SELECT * FROM " + std::string(section) + " WHERE PKID=" + std::to_string(new_key));
+    });
+    if (catalog::RecordFound(manager.working_recordset())) {
+      on_error([&] {
+        WorkingRecordset(manager).SetValue(parent_field, catalog::NzLong(parent_item.GetAttribute("NewPKID"), 0));
+      });
+      on_error([&] { WorkingRecordset(manager).Update(); });
+    }
+    on_error([&] { WorkingRecordset(manager).Close(); });
+  }
+}
+
 std::int32_t RecordKey(const plugin::Manager& manager) {
   return TextToLong(TextForm(WorkingRecordset(manager).GetValue("PKID")), "the record's PKID");
 }
@@ -127,9 +158,7 @@ void CopyField(plugin::Manager& manager, const recordset::Column& field, const c
 void RunTableImport(plugin::Manager& manager, const TableImport& import) {
   const ErrorRegime& on_error = import.on_error;
 
-  if (!import.start_text.empty()) on_error([&] { ShowStatus(manager, import.start_text); });
-  catalog::NodeList items;
-  on_error([&] { items = plugin::Use(manager.catalog_document()).SectionItems(import.section); });
+  const catalog::NodeList items = StartSection(manager, on_error, import.section, import.start_text);
   const std::size_t count = items.size();
 
   // The item's values live across items: where a statement fails in an importer that skips failing

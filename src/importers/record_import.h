@@ -91,6 +91,18 @@ recordset::Recordset& WorkingRecordset(const plugin::Manager& manager);
 
 // ---- Steps shared by the importers written as routines of their own ---------------------------------------
 
+// The start of an importer: its status text (none when empty) and the items of its section in document
+// order, each a statement of the importer's regime.
+catalog::NodeList StartSection(plugin::Manager& manager, const ErrorRegime& on_error, std::string_view section,
+                               std::string_view start_text);
+
+// The second pass over the items of a tree (folders, categories), once every item has its NewPKID. For each
+// item whose parent key (the attribute `parent_field`) is above 0: the parent item is selected by that key as
+// text, the target record with the item's NewPKID is opened, and, when found, its parent field gets the
+// parent item's NewPKID (0 when it has none) and is saved. No progress is shown.
+void SetTreeParents(plugin::Manager& manager, const ErrorRegime& on_error, const catalog::NodeList& items,
+                    std::string_view section, std::string_view parent_field);
+
 // Keeps the statement as the Manager's last statement text and opens the working recordset on it (keyset
 // cursor, optimistic locking, the host's connection).
 void OpenLookup(plugin::Manager& manager, const std::string& sql);

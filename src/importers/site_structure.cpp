@@ -22,7 +22,6 @@ using importers::ModeUpdates;
 using importers::OpenLookup;
 using importers::RecordKey;
 using importers::ShowItemProgress;
-using importers::ShowStatus;
 using importers::SqlQuote;
 using importers::WorkingRecordset;
 
@@ -33,9 +32,7 @@ using importers::WorkingRecordset;
 void Manager::ImportFolders() {
   const auto on_error = ErrorRegime::EndAtFirstError();
 
-  on_error([&] { ShowStatus(*this, "Importiere Ordner"); });
-  catalog::NodeList items;
-  on_error([&] { items = Use(catalog_document()).SectionItems("Folders"); });
+  const catalog::NodeList items = importers::StartSection(*this, on_error, "Folders", "Importiere Ordner");
   const std::size_t count = items.size();
 
   for (std::size_t i = 1; i <= count; ++i) {
@@ -80,21 +77,7 @@ void Manager::ImportFolders() {
   }
 
   // The parents: the NewPKID of the parent item, for the target folder that has the item's NewPKID.
-  for (catalog::Node item : items) {
-    const std::int32_t new_key = NzLong(item.GetAttribute("NewPKID"), 0);
-    const std::int32_t parent = NzLong(item.GetAttribute("ParentFolderFKID"), 0);
-    if (parent <= 0) continue;
-    catalog::Node parent_item;
-    on_error([&] { parent_item = Use(catalog_document()).ItemByText("Folders", std::to_string(parent)); });
-    on_error([&] { OpenLookup(*this, "SELECT * FROM Folders WHERE PKID=" + std::to_string(new_key)); });
-    if (RecordFound(working_recordset())) {
-      on_error([&] {
-        WorkingRecordset(*this).SetValue("ParentFolderFKID", NzLong(parent_item.GetAttribute("NewPKID"), 0));
-      });
-      on_error([&] { WorkingRecordset(*this).Update(); });
-    }
-    on_error([&] { WorkingRecordset(*this).Close(); });
-  }
+  importers::SetTreeParents(*this, on_error, items, "Folders", "ParentFolderFKID");
 }
 
 // Pages are looked up by ID and created with the placeholders "temp", which the copy replaces. PageIntro and
@@ -103,9 +86,7 @@ void Manager::ImportFolders() {
 void Manager::ImportPages() {
   const auto on_error = ErrorRegime::EndAtFirstError();
 
-  on_error([&] { ShowStatus(*this, "Importiere Seiten"); });
-  catalog::NodeList items;
-  on_error([&] { items = Use(catalog_document()).SectionItems("Pages"); });
+  const catalog::NodeList items = importers::StartSection(*this, on_error, "Pages", "Importiere Seiten");
   const std::size_t count = items.size();
 
   for (std::size_t i = 1; i <= count; ++i) {
