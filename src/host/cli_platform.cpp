@@ -1,5 +1,9 @@
 #include "host/cli_platform.h"
 
+#include <cstdio>
+#include <filesystem>
+#include <system_error>
+
 #include "host/host_tools.h"
 
 namespace cvimp::host {
@@ -12,6 +16,30 @@ std::shared_ptr<plugin::HostTools> CliPlatform::NewHostTools() { return std::mak
 
 std::unique_ptr<settings::SettingsView> CliPlatform::NewSettingsView() {
   return std::make_unique<HeadlessSettingsView>();
+}
+
+bool CliPlatform::CopyFile(const std::string& existing, const std::string& target, bool fail_if_exists) {
+  namespace fs = std::filesystem;
+  const std::string from = PosixPath(existing), to = PosixPath(target);
+  std::error_code ec;
+  if (from.empty() || to.empty() || !fs::is_regular_file(from, ec)) return false;
+  std::FILE* in = std::fopen(from.c_str(), "rb");
+  if (!in) return false;
+  // "x": the target is created only if it does not exist yet, in one step.
+  std::FILE* out = std::fopen(to.c_str(), fail_if_exists ? "wbx" : "wb");
+  if (!out) {
+    std::fclose(in);
+    return false;
+  }
+  char buffer[65536];
+  bool ok = true;
+  for (std::size_t n; ok && (n = std::fread(buffer, 1, sizeof buffer, in)) > 0;)
+    ok = std::fwrite(buffer, 1, n, out) == n;
+  ok = ok && !std::ferror(in);
+  ok = (std::fclose(out) == 0) && ok;
+  std::fclose(in);
+  if (!ok) fs::remove(to, ec);
+  return ok;
 }
 
 }  // namespace cvimp::host

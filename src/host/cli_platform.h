@@ -34,6 +34,10 @@ class CliPlatform : public plugin::Platform {
   std::unique_ptr<settings::SettingsView> NewSettingsView() override;
   // There is no message loop to yield to.
   void YieldToMessageLoop() override {}
+  // Paths as the plug-in builds them, with "\\" read as "/". The source must be a regular file; with
+  // `fail_if_exists` the target is created exclusively, so an existing file (or one that appears meanwhile)
+  // is never overwritten. A partial target left by a failed write is removed.
+  bool CopyFile(const std::string& existing, const std::string& target, bool fail_if_exists) override;
 
  private:
   TextOverrides overrides_;

@@ -400,7 +400,10 @@ INSTANTIATE_TEST_SUITE_P(
 // The media items below carry a NewPKID in the catalogue itself: the product importer reads it exactly like
 // one that the media importer wrote earlier in the run. Media 12 has the new key 900, media 13 has none, and
 // there is no media 14.
-const char* kMedia = R"(<Media><MediaItem PKID="12" NewPKID="900"/><MediaItem PKID="13"/></Media>)";
+// The media items stand outside the Media section, so that the media import (which runs when the check box
+// is checked) leaves them alone: 12 carries a target key as if it had been imported, 13 has none.
+const char* kMedia =
+    R"(<MediaElsewhere><MediaItem PKID="12" NewPKID="900"/><MediaItem PKID="13"/></MediaElsewhere>)";
 
 struct PictureCase {
   std::string name;

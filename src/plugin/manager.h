@@ -77,6 +77,18 @@ class Manager {
   void ImportProducts();
   void ImportProducts2Categories();
 
+  // Table importers of the media (records and files) and their assignments to elements.
+  void ImportMedia();
+  void ImportElement2Media();
+  // Table importers of the variants.
+  void ImportVariantTypes();
+  void ImportVariantValues();
+  void ImportVariantsSimple();
+  void ImportVariantsComplex();
+  // A variant key text ("[1]17[2]42") with the catalogue's value keys rewritten as the target's, the groups
+  // ordered by the target's variant types.
+  std::string fEditVarstring(const std::string& VarStr);
+
   // Replaces the working recordset by a new, closed one; the one it held is released (and so closed).
   void RenewWorkingRecordset();
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "plugin/host_contract.h"
 #include "settings/settings_view.h"
@@ -21,6 +22,9 @@ class Platform {
   virtual std::unique_ptr<settings::SettingsView> NewSettingsView() = 0;
   // Lets the host process its pending window messages once.
   virtual void YieldToMessageLoop() = 0;
+  // The operating system's file copy: copies `existing` to `target`; with `fail_if_exists` an existing target
+  // is never overwritten. False when the copy was not made; it never raises.
+  virtual bool CopyFile(const std::string& existing, const std::string& target, bool fail_if_exists) = 0;
 };
 
 }  // namespace cvimp::plugin

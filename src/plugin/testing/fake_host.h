@@ -2,6 +2,7 @@
 // away (set to nullptr) to exercise the failure paths.
 #pragma once
 
+#include <algorithm>
 #include <map>
 #include <memory>
 #include <string>
@@ -39,6 +40,12 @@ struct FakeHostState {
   std::vector<std::string> existing_files;
   std::vector<std::string> existing_folders;
   std::vector<std::string> created_folders;
+  struct Copy {
+    std::string existing, target;
+    bool fail_if_exists;
+    bool operator==(const Copy&) const = default;
+  };
+  std::vector<Copy> copies;                         // every file copy asked of the platform, in order
   std::map<std::string, std::string> folder_paths;  // folder key -> HostFolderPath
   int yields = 0;
   int services_fetched = 0;
@@ -201,6 +208,17 @@ class FakePlatform : public Platform {
   std::shared_ptr<HostTools> NewHostTools() override { return has_tools ? std::make_shared<FakeTools>(s_) : nullptr; }
   std::unique_ptr<settings::SettingsView> NewSettingsView() override { return std::make_unique<FakeView>(s_); }
   void YieldToMessageLoop() override { ++s_->yields; }
+  // Records the copy; it succeeds when the source is one of the existing files and the target is not (or
+  // may be overwritten), and the target then exists.
+  bool CopyFile(const std::string& existing, const std::string& target, bool fail_if_exists) override {
+    s_->copies.push_back({existing, target, fail_if_exists});
+    auto has = [&](const std::string& f) {
+      return std::find(s_->existing_files.begin(), s_->existing_files.end(), f) != s_->existing_files.end();
+    };
+    if (!has(existing) || (fail_if_exists && has(target))) return false;
+    if (!has(target)) s_->existing_files.push_back(target);
+    return true;
+  }
 
   bool has_tools = true;
 
