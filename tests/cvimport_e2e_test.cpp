@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <filesystem>
 #include <fstream>
@@ -210,7 +211,7 @@ const char* const kAssignmentRows =
     "SELECT PKID, CategoryFKID, ProductFKID, SortOrder FROM Products2Categories ORDER BY PKID";
 
 // A page-data row: its key, element, output folder and the two texts copied from the item. The sound and
-// thumbnail references are 0 (the example imports no media); the long texts, meta data, schedule and
+// thumbnail references are 0 (without media imported); the long texts, meta data, schedule and
 // back-reference switch are never taken from the catalogue and keep the defaults of a new record.
 std::vector<std::string> PageDataRow(const std::string& pkid, const std::string& el_type, const std::string& el_ref,
                                      const std::string& output_folder, const std::string& title,
@@ -373,6 +374,248 @@ INSTANTIATE_TEST_SUITE_P(
         },
         UpdatingSecondImport(2)),
     [](const ::testing::TestParamInfo<SecondImportCase>& info) { return "Mode" + std::to_string(info.param.mode); });
+
+// ---- Media --------------------------------------------------------------------------------------------------
+
+// Every folder and file below `root` by its path relative to it, a folder with a "/" at its end, sorted; empty
+// when `root` does not exist.
+std::vector<std::string> Tree(const fs::path& root) {
+  std::vector<std::string> out;
+  if (!fs::exists(root)) return out;
+  for (const auto& entry : fs::recursive_directory_iterator(root))
+    out.push_back(fs::relative(entry.path(), root).string() + (entry.is_directory() ? "/" : ""));
+  std::sort(out.begin(), out.end());
+  return out;
+}
+
+// The status texts of a run with media: the assignment import adds its own.
+std::vector<std::string> StatusWithMedia() { return cvimp::plugin::testing::WithMedia(kStatusWithoutRegions); }
+
+const char* const kMediaRows =
+    "SELECT PKID, Src, MediaTypeFKID, RefCounter, PublishAlways, IsReferenced, LastModifiedDate, Title, FileSize "
+    "FROM Media ORDER BY PKID";
+const char* const kAssignmentOfMediaRows =
+    "SELECT PKID, Name, ElRef, MediaFKID, SortOrder FROM Element2Media ORDER BY PKID";
+
+// An export (a catalogue with its media files beside it) in the test's folder, imported into the project
+// folder "projekt" beside it.
+class MediaTest : public CvimportTest {
+ protected:
+  fs::path Export() const { return dir_ / "export"; }
+  fs::path Project() const { return dir_ / "projekt"; }
+  // Writes a file, and the folders above it, below the test's folder.
+  void WriteFile(const std::string& relative, const std::string& content) const {
+    fs::create_directories((dir_ / relative).parent_path());
+    std::ofstream(dir_ / relative, std::ios::binary) << content;
+  }
+  // The export's catalogue, whose Media section holds the given items; gives its path.
+  std::string WriteCatalogue(const std::string& media_items) const {
+    WriteFile("export/katalog.xml", "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<CalvoraCatalog>\n  <Media>" +
+                                        media_items + "</Media>\n</CalvoraCatalog>\n");
+    return (Export() / "katalog.xml").string();
+  }
+  Result ImportWithMedia(const std::string& catalog, std::vector<std::string> more = {}) {
+    more.insert(more.begin(), {"--media", "--project", Project().string()});
+    return Import(catalog, more);
+  }
+};
+
+const std::vector<std::string> kEmptyMediaFolders = {"Media/", "Media/audio/", "Media/docs/", "Media/images/",
+                                                     "Media/misc/"};
+
+// The folders and files of the project after a run, against the folders alone and the files.
+std::vector<std::string> FoldersWith(std::vector<std::string> files) {
+  files.insert(files.end(), kEmptyMediaFolders.begin(), kEmptyMediaFolders.end());
+  std::sort(files.begin(), files.end());
+  return files;
+}
+
+TEST_F(MediaTest, TheExampleWithMediaCopiesItsFilesAndWritesItsMediaAssignmentsAndReferences) {
+  Result r = ImportWithMedia(kExample);
+  ASSERT_EQ(r.exit_code, 0) << r.err;
+  EXPECT_EQ(r.OutLines(), StatusWithMedia());
+  EXPECT_EQ(r.err, "");
+
+  // The project folder is made with its four media folders; every medium with a file is copied, the link
+  // (of type url, after the sound) has none.
+  EXPECT_EQ(Tree(Project()), FoldersWith({"Media/audio/teezeremonie.mp3", "Media/docs/pflegehinweise.pdf",
+                                          "Media/images/matcha.jpg", "Media/images/sencha.jpg"}));
+  for (const char* file : {"Media/audio/teezeremonie.mp3", "Media/docs/pflegehinweise.pdf", "Media/images/matcha.jpg",
+                           "Media/images/sencha.jpg"})
+    EXPECT_EQ(Slurp(Project() / file), Slurp(fs::path(EXAMPLES_DIR) / file)) << file;
+
+  // A new medium starts with type 1 and counter 1 and then takes the catalogue's values; its key, publish
+  // and reference switches and date are never taken from the catalogue.
+  EXPECT_EQ(
+      Query(kMediaRows),
+      (Rows{{"1", "sencha.jpg", "image", "2", "0", "0", "NULL", "Sencha in der Schale", "38"},
+            {"2", "matcha.jpg", "image", "2", "0", "0", "NULL", "Matcha mit Besen", "34"},
+            {"3", "teezeremonie.mp3", "audio", "1", "0", "0", "NULL", "Klang der Teezeremonie", "39"},
+            {"4", "https://tee.example/teezeremonie", "url", "0", "0", "0", "NULL", "Die Teezeremonie im Netz", "0"},
+            {"5", "pflegehinweise.pdf", "doc", "1", "0", "0", "NULL", "Pflege der Gusseisenkanne", "39"}}));
+  // The assignments keep their catalogue keys and media keys; ElRef is the product's new key.
+  EXPECT_EQ(Query(kAssignmentOfMediaRows), (Rows{{"81", "SENCHA-Bild", "1", "71", "1"},
+                                                 {"82", "MATCHA-Bild", "2", "72", "1"},
+                                                 {"83", "KANNE-Pflege", "3", "75", "2"}}));
+  // The pictures of the products and the sound and thumbnails of the page data name the media's new keys.
+  EXPECT_EQ(Query(kProductRows), With(With(kProductsOfTheFirstImport, 0, 3, "1"), 1, 3, "2"));
+  EXPECT_EQ(Query(kPageDataRows),
+            With(With(With(PageDataOfAnImport("7", "2", "Startseite"), 0, 3, "3"), 3, 5, "2"), 6, 5, "1"));
+  // The rest of the example is imported as without media.
+  EXPECT_EQ(Query(kCategoryRows), kCategoriesOfTheFirstImport);
+  EXPECT_EQ(Query(kAssignmentRows), kAssignmentsOfTheFirstImport);
+  EXPECT_EQ(Query("SELECT Keyword FROM Keywords ORDER BY PKID"), (Rows{{"Werkzeug"}, {"Tee"}}));
+}
+
+TEST_F(MediaTest, WithoutTheMediaOptionNoMediaRecordFolderOrFileIsWritten) {
+  Result r = Import(kExample, {"--project", Project().string()});
+  ASSERT_EQ(r.exit_code, 0) << r.err;
+  EXPECT_EQ(r.OutLines(), kStatusWithoutRegions);
+  EXPECT_EQ(Count("Media"), 0);
+  EXPECT_EQ(Count("Element2Media"), 0);
+  EXPECT_FALSE(fs::exists(Project()));
+  EXPECT_FALSE(fs::exists(dir_ / "Media"));
+  EXPECT_EQ(Query("SELECT PictureMRef FROM Products ORDER BY PKID"), (Rows{{"0"}, {"0"}, {"0"}}));
+}
+
+TEST_F(MediaTest, WithoutAProjectFolderTheMediaGoBelowTheDatabasesFolder) {
+  WriteFile("export/Media/images/a.jpg", "Bild A");
+  const std::string catalog = WriteCatalogue(R"(<MediaItem PKID="1" Src="a.jpg" MediaTypeFKID="image"/>)");
+  Result r = Import(catalog, {"--media"});
+  ASSERT_EQ(r.exit_code, 0) << r.err;
+  EXPECT_EQ(Slurp(dir_ / "Media/images/a.jpg"), "Bild A");
+  EXPECT_TRUE(fs::is_directory(dir_ / "Media/misc"));
+}
+
+// a.jpg and b.mp3, with files beside the catalogue.
+const char* const kTwoMediaItems =
+    R"(<MediaItem PKID="1" Src="a.jpg" MediaTypeFKID="image" RefCounter="1" Title="A" FileSize="6"/>)"
+    R"(<MediaItem PKID="2" Src="b.mp3" MediaTypeFKID="audio" RefCounter="1" Title="B" FileSize="7"/>)";
+const Rows kTwoMediaRows = {{"1", "a.jpg", "image", "1", "0", "0", "NULL", "A", "6"},
+                            {"2", "b.mp3", "audio", "1", "0", "0", "NULL", "B", "7"}};
+
+TEST_F(MediaTest, ImportingTheSameCatalogueTwiceOverwritesNoFileAndAddsNoSecondRecord) {
+  WriteFile("export/Media/images/a.jpg", "Bild A");
+  WriteFile("export/Media/audio/b.mp3", "Klang B");
+  const std::string catalog = WriteCatalogue(kTwoMediaItems);
+  Result first = ImportWithMedia(catalog);
+  ASSERT_EQ(first.exit_code, 0) << first.err;
+  EXPECT_EQ(first.OutLines(), StatusWithMedia());
+  EXPECT_EQ(Tree(Project()), FoldersWith({"Media/audio/b.mp3", "Media/images/a.jpg"}));
+  EXPECT_EQ(Query(kMediaRows), kTwoMediaRows);
+
+  // The exported files change, and so does a record; the second import (mode 0) updates the record and
+  // leaves the copies as they were.
+  WriteFile("export/Media/images/a.jpg", "Bild A, neu");
+  WriteFile("export/Media/audio/b.mp3", "Klang B, neu");
+  Exec("UPDATE Media SET Title='geändert'");
+  Result second = ImportWithMedia(catalog, {"--mode", "0"});
+  ASSERT_EQ(second.exit_code, 0) << second.err;
+  EXPECT_EQ(second.OutLines(), StatusWithMedia());
+  EXPECT_EQ(Tree(Project()), FoldersWith({"Media/audio/b.mp3", "Media/images/a.jpg"}));
+  EXPECT_EQ(Slurp(Project() / "Media/images/a.jpg"), "Bild A");
+  EXPECT_EQ(Slurp(Project() / "Media/audio/b.mp3"), "Klang B");
+  EXPECT_EQ(Query(kMediaRows), kTwoMediaRows);
+}
+
+TEST_F(MediaTest, ATargetFileThatExistsBeforehandStaysAsItWasAndItsRecordIsUpdated) {
+  ASSERT_EQ(Run({"init", db().string()}).exit_code, 0);
+  Exec(
+      "INSERT INTO Media (PKID, Src, MediaTypeFKID, RefCounter, PublishAlways, Title, FileSize) "
+      "VALUES (5, 'a.jpg', 'misc', 9, -1, 'alt', 1)");
+  WriteFile("projekt/Media/images/a.jpg", "schon da");
+  WriteFile("export/Media/images/a.jpg", "Bild A");
+  WriteFile("export/Media/audio/b.mp3", "Klang B");
+  Result r = ImportWithMedia(WriteCatalogue(kTwoMediaItems), {"--mode", "0"});
+  ASSERT_EQ(r.exit_code, 0) << r.err;
+  EXPECT_EQ(Slurp(Project() / "Media/images/a.jpg"), "schon da");
+  EXPECT_EQ(Slurp(Project() / "Media/audio/b.mp3"), "Klang B");
+  EXPECT_EQ(Tree(Project()), FoldersWith({"Media/audio/b.mp3", "Media/images/a.jpg"}));
+  EXPECT_EQ(Query(kMediaRows), (Rows{{"5", "a.jpg", "image", "1", "-1", "0", "NULL", "A", "6"},
+                                     {"6", "b.mp3", "audio", "1", "0", "0", "NULL", "B", "7"}}));
+}
+
+// The type url chooses no folders: the medium after the sound is copied from and to the audio folders,
+// although a file of its name also lies in the image and misc folders. A link has no file to copy.
+TEST_F(MediaTest, AUrlMediumAfterAnAudioOneIsCopiedWithTheAudioFolders) {
+  WriteFile("export/Media/images/i.jpg", "Bild");
+  WriteFile("export/Media/audio/gong.mp3", "Gong");
+  WriteFile("export/Media/audio/stream.m3u", "aus audio");
+  WriteFile("export/Media/images/stream.m3u", "aus images");
+  WriteFile("export/Media/misc/stream.m3u", "aus misc");
+  Result r =
+      ImportWithMedia(WriteCatalogue(R"(<MediaItem PKID="1" Src="i.jpg" MediaTypeFKID="image"/>)"
+                                     R"(<MediaItem PKID="2" Src="gong.mp3" MediaTypeFKID="audio"/>)"
+                                     R"(<MediaItem PKID="3" Src="stream.m3u" MediaTypeFKID="url"/>)"
+                                     R"(<MediaItem PKID="4" Src="https://radio.example/tee" MediaTypeFKID="url"/>)"));
+  ASSERT_EQ(r.exit_code, 0) << r.err;
+  EXPECT_EQ(Tree(Project()), FoldersWith({"Media/audio/gong.mp3", "Media/audio/stream.m3u", "Media/images/i.jpg"}));
+  EXPECT_EQ(Slurp(Project() / "Media/audio/stream.m3u"), "aus audio");
+  EXPECT_EQ(Query("SELECT PKID, Src, MediaTypeFKID FROM Media ORDER BY PKID"),
+            (Rows{{"1", "i.jpg", "image"},
+                  {"2", "gong.mp3", "audio"},
+                  {"3", "stream.m3u", "url"},
+                  {"4", "https://radio.example/tee", "url"}}));
+}
+
+// ---- The variants of the example ----------------------------------------------------------------------------
+
+const char* const kVariantTypeRows = "SELECT PKID, Name, SortOrder FROM VariantTypes ORDER BY PKID";
+const char* const kVariantValueRows = "SELECT PKID, Value, VariantFKID, SortOrder FROM VariantValues ORDER BY PKID";
+const char* const kSimpleVariantRows =
+    "SELECT PKID, ProductFKID, VariantTypeFKID, VariantValueFKID, Surcharge FROM VariantsSimple ORDER BY PKID";
+const char* const kComplexVariantRows =
+    "SELECT PKID, VarString, ProductID, ProductFKID, DeliveryTimeFKID, ThumbMRef, PictureMRef, Price, Weight, Stock "
+    "FROM VariantsComplex ORDER BY PKID";
+
+// The types get their keys in the order of the file: Ernte 1, Packung 2, Farbe 3; the values 1 to 6 in theirs,
+// each with its type's new key.
+const Rows kVariantTypesOfTheExample = {{"1", "Ernte", "2"}, {"2", "Packung", "1"}, {"3", "Farbe", "3"}};
+const Rows kVariantValuesOfTheExample = {
+    {"1", "100 g", "2", "1"},           {"2", "250 g", "2", "2"},   {"3", "Frühlingspflückung", "1", "1"},
+    {"4", "Sommerpflückung", "1", "2"}, {"5", "schwarz", "3", "1"}, {"6", "rot", "3", "2"}};
+// The kettle (product 3) in schwarz and rot, both of type Farbe (3). Product 44 is not in the catalogue: its
+// variant keeps the catalogue's key.
+const Rows kSimpleVariantsOfTheExample = {
+    {"1", "3", "3", "5", "0"}, {"2", "3", "3", "6", "5"}, {"3", "44", "3", "6", "5"}};
+// Sencha (product 1). The VarStrings name the harvest (type 1) before the package (type 2): [1]91[2]93 of the
+// catalogue, 100 g and Frühlingspflückung, becomes [1]3[2]1. The delivery-time import notes no new keys, so
+// the delivery times translate to 0; without media imported the pictures translate to 0 as well.
+const Rows kComplexVariantsOfTheExample = {{"1", "[1]3[2]1", "SENCHA-100-F", "1", "0", "0", "0", "6.9", "0.1", "20"},
+                                           {"2", "[1]3[2]2", "SENCHA-250-F", "1", "0", "0", "0", "15.9", "0.25", "8"},
+                                           {"3", "[1]4[2]1", "SENCHA-100-S", "1", "0", "0", "0", "5.9", "0.1", "0"}};
+
+TEST_F(CvimportTest, FreshImportWritesTheVariantsOfTheExample) {
+  Result r = Import(kExample, {"--verbose"});
+  ASSERT_EQ(r.exit_code, 0) << r.err;
+  EXPECT_EQ(Query(kVariantTypeRows), kVariantTypesOfTheExample);
+  EXPECT_EQ(Query(kVariantValueRows), kVariantValuesOfTheExample);
+  EXPECT_EQ(Query(kSimpleVariantRows), kSimpleVariantsOfTheExample);
+  EXPECT_EQ(Query(kComplexVariantRows), kComplexVariantsOfTheExample);
+}
+
+TEST_F(CvimportTest, ASecondImportInMode0FindsEveryVariantOfTheExampleAgain) {
+  ASSERT_EQ(Import(kExample).exit_code, 0);
+  Exec("UPDATE VariantsComplex SET Stock=99");
+  Exec("UPDATE VariantsSimple SET Surcharge=9");
+  Result r = Import(kExample, {"--mode", "0", "--verbose"});
+  ASSERT_EQ(r.exit_code, 0) << r.err;
+  EXPECT_EQ(Query(kVariantTypeRows), kVariantTypesOfTheExample);
+  EXPECT_EQ(Query(kVariantValueRows), kVariantValuesOfTheExample);
+  EXPECT_EQ(Query(kSimpleVariantRows), kSimpleVariantsOfTheExample);
+  EXPECT_EQ(Query(kComplexVariantRows), kComplexVariantsOfTheExample);
+}
+
+// With media imported the pictures of the complex variants name the new key of the medium sencha.jpg.
+TEST_F(CvimportTest, WithMediaTheComplexVariantsOfTheExampleNameTheirPicturesNewKey) {
+  Result r = Import(kExample, {"--media", "--project", (dir_ / "projekt").string()});
+  ASSERT_EQ(r.exit_code, 0) << r.err;
+  const Rows picture = Query("SELECT PKID FROM Media WHERE Title='Sencha in der Schale'");
+  ASSERT_EQ(picture.size(), 1u);
+  const std::string key = picture[0][0];
+  EXPECT_EQ(Query("SELECT ProductID, ThumbMRef, PictureMRef FROM VariantsComplex ORDER BY PKID"),
+            (Rows{{"SENCHA-100-F", key, key}, {"SENCHA-250-F", key, key}, {"SENCHA-100-S", "0", "0"}}));
+}
 
 // ---- A folder import that ends early ------------------------------------------------------------------------
 

@@ -402,8 +402,7 @@ INSTANTIATE_TEST_SUITE_P(
 // there is no media 14.
 // The media items stand outside the Media section, so that the media import (which runs when the check box
 // is checked) leaves them alone: 12 carries a target key as if it had been imported, 13 has none.
-const char* kMedia =
-    R"(<MediaElsewhere><MediaItem PKID="12" NewPKID="900"/><MediaItem PKID="13"/></MediaElsewhere>)";
+const char* kMedia = R"(<MediaElsewhere><MediaItem PKID="12" NewPKID="900"/><MediaItem PKID="13"/></MediaElsewhere>)";
 
 struct PictureCase {
   std::string name;

@@ -35,4 +35,11 @@ inline std::vector<std::string> WithRegions(std::vector<std::string> texts) {
   return texts;
 }
 
+// The same run with the media check box checked. The media import shows per-item progress only; the
+// assignment import shows "Medien werden zugeordnet" after the quantity units (and before the regions).
+inline std::vector<std::string> WithMedia(std::vector<std::string> texts) {
+  texts.insert(std::find(texts.begin(), texts.end(), "Importiere Mengeneinheiten") + 1, "Medien werden zugeordnet");
+  return texts;
+}
+
 }  // namespace cvimp::plugin::testing
