@@ -41,6 +41,18 @@ Value ReadKeyPart(const catalog::Node& item, const KeyPart& part) {
 
 recordset::Recordset& Item::recordset() const { return WorkingRecordset(manager); }
 
+const Value& Item::value(std::string_view name) const {
+  static const Value kNull;
+  auto found = values.find(name);
+  return found == values.end() ? kNull : found->second;
+}
+
+Value& Item::set(std::string_view name) {
+  auto found = values.find(name);
+  if (found == values.end()) found = values.emplace(std::string(name), Value()).first;
+  return found->second;
+}
+
 recordset::Recordset& WorkingRecordset(const plugin::Manager& manager) {
   recordset::Recordset* rs = manager.working_recordset();
   if (!rs) throw Error(ErrorCode::kObjectRequired, "Object variable not set: no working recordset");
@@ -169,14 +181,15 @@ void RunTableImport(plugin::Manager& manager, const TableImport& import) {
     item.node = items[i - 1];
     on_error([&] { ShowItemProgress(manager, count, i, ""); });
     item.created_here = false;
-    if (import.translates_keys) {
+    if (import.new_pkid == NewPkid::kPresetToPkid) {
       on_error([&] { item.own_pkid = catalog::NzLong(item.node.GetAttribute("PKID"), 0); });
       on_error([&] { item.node.SetAttribute("NewPKID", item.own_pkid); });
     }
     for (std::size_t p = 0; p < import.key.size(); ++p)
       on_error([&] { item.key[p] = ReadKeyPart(item.node, import.key[p]); });
+    if (import.prepare) on_error([&] { import.prepare(item); });
 
-    on_error([&] { sql = LookupStatement(manager, import, item.key); });
+    on_error([&] { sql = import.statement ? import.statement(item) : LookupStatement(manager, import, item.key); });
     on_error([&] { OpenLookup(manager, sql); });
 
     if (!catalog::RecordFound(manager.working_recordset()) && ModeCreates(manager.update_mode())) {
@@ -192,7 +205,7 @@ void RunTableImport(plugin::Manager& manager, const TableImport& import) {
     }
 
     if (catalog::RecordFound(manager.working_recordset()) && ModeUpdates(manager.update_mode(), item.created_here)) {
-      if (import.translates_keys)
+      if (import.new_pkid != NewPkid::kNone)
         on_error([&] { item.node.SetAttribute("NewPKID", WorkingRecordset(manager).GetValue("PKID")); });
       std::size_t field_count = 0;
       on_error([&] { field_count = WorkingRecordset(manager).FieldCount(); });

@@ -38,31 +38,51 @@ struct KeyPart {
   static KeyPart Number(std::string_view name, int bits = 32) { return {Kind::kNumber, name, name, bits}; }
 };
 
-// The item in hand, as the pattern and an importer's departures see it.
+// The item in hand, as the pattern and an importer's departures see it. Its values live across items.
 struct Item {
   plugin::Manager& manager;
   catalog::Node node;
   std::vector<Value> key;     // the natural key's values, one per KeyPart
-  std::int32_t own_pkid = 0;  // the item's PKID, for importers that translate keys
+  std::int32_t own_pkid = 0;  // the item's PKID, for importers that preset NewPKID
   bool created_here = false;
+  std::map<std::string, Value, std::less<>> values{};  // named values an importer computes before its lookup
 
   recordset::Recordset& recordset() const;  // the Manager's working recordset, looked up at each use
   const Value& key_value(std::size_t part = 0) const { return key.at(part); }
+  // A named value (Null when it was never computed).
+  const Value& value(std::string_view name) const;
+  Value& set(std::string_view name);
 };
+
+// Where an importer notes the record's key on the item, for later sections to translate through:
+// kNone:          never;
+// kFromRecord:    the record's PKID, written when the field copy starts, so an item whose record is not
+//                 written (mode 1 and it exists, mode 2 and it does not) has no NewPKID;
+// kPresetToPkid:  first the item's own PKID, before the lookup, then the record's PKID as above, so an item
+//                 whose record is not written translates to its catalogue key.
+enum class NewPkid { kNone, kFromRecord, kPresetToPkid };
 
 // How a field is written instead of by CopyField.
 using FieldRule = std::function<void(Item&, std::string_view field)>;
 // How a missing record is created (before the pattern saves it and moves to it).
 using CreateRule = std::function<void(Item&)>;
 
+// How the values an importer needs are computed from the item before the lookup (read, then translated).
+using PrepareRule = std::function<void(Item&)>;
+// The lookup statement, where it is not the one the key parts make.
+using StatementRule = std::function<std::string(Item&)>;
+
+// An importer. Every declaration names its error regime (there is no default).
 struct TableImport {
   std::string_view section{};               // catalogue section and table, e.g. "Currencies"
   std::string_view start_text{};            // empty: the importer shows none of its own
   std::vector<KeyPart> key{};               // the natural key, parts joined with " AND "
   std::vector<std::string_view> skipped{};  // fields the copy leaves out
-  bool translates_keys = false;             // notes NewPKID on the item (see RunTableImport)
-  ErrorRegime on_error = ErrorRegime::EndAtFirstError();
-  CreateRule create{};  // empty: add-new with the single key field set to the key
+  NewPkid new_pkid = NewPkid::kNone;
+  ErrorRegime on_error;
+  PrepareRule prepare{};      // runs after the key parts are read, before the statement is built
+  StatementRule statement{};  // empty: "SELECT * FROM <Table> WHERE " and the key parts
+  CreateRule create{};        // empty: add-new with the single key field set to the key
   std::map<std::string, FieldRule, std::less<>> field_rules{};  // fields with a rule of their own
 };
 

@@ -54,6 +54,7 @@ TEST_F(RecordImport, LongTextFieldsTakeTheNodeValueOfTheirChildElementWhichIsEmp
                             .key = {KeyPart::Number("ElType", 16), KeyPart::Number("ElRef")},
                             .skipped = {"PKID", "ScheduleFrom", "ScheduleTo", "FirstStagedDate", "LastStagedDate",
                                         "IncludeBackRefs"},
+                            .on_error = ErrorRegime::EndAtFirstError(),
                             .create = [](importers::Item& item) {
                               item.recordset().AddNew();
                               item.recordset().SetValue("ElType", item.key_value(0));
@@ -68,6 +69,7 @@ TEST_F(RecordImport, AMissingLongTextChildEndsTheImporter) {
   TableImport import{.section = "PageData",
                      .key = {KeyPart::Number("ElType", 16), KeyPart::Number("ElRef")},
                      .skipped = {"PKID"},
+                     .on_error = ErrorRegime::EndAtFirstError(),
                      .create = [](importers::Item& item) {
                        item.recordset().AddNew();
                        item.recordset().SetValue("ElType", item.key_value(0));
@@ -114,7 +116,8 @@ TEST_F(RecordImport, TheLookupStatementQuotesTextAndWritesNumbersBare) {
   Load("<Other/>");
   TableImport import{
       .section = "Discounts",
-      .key = {KeyPart::Text("Name"), KeyPart::Number("DiscountType", 16), KeyPart::Number("ProductFKID")}};
+      .key = {KeyPart::Text("Name"), KeyPart::Number("DiscountType", 16), KeyPart::Number("ProductFKID")},
+      .on_error = ErrorRegime::EndAtFirstError()};
   EXPECT_EQ(importers::LookupStatement(*manager, import, {Value("O'Neil"), Value(std::int16_t{2}), Value(17)}),
             "SELECT * FROM Discounts WHERE Name='O''Neil' AND DiscountType=2 AND ProductFKID=17");
 }

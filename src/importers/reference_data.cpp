@@ -21,7 +21,8 @@ void Manager::ImportCurrencies() {
   RunTableImport(*this, {.section = "Currencies",
                          .start_text = "Importiere Währungen",
                          .key = {KeyPart::Text("ISOCode")},
-                         .skipped = {"ISOCode"}});
+                         .skipped = {"ISOCode"},
+                         .on_error = ErrorRegime::EndAtFirstError()});
 }
 
 // Writes no NewPKID: a delivery time referenced through TranslateKey translates to 0.
@@ -29,21 +30,24 @@ void Manager::ImportDeliveryTimes() {
   RunTableImport(*this, {.section = "DeliveryTimes",
                          .start_text = "Importiere Lieferzeiten",
                          .key = {KeyPart::Text("Name")},
-                         .skipped = {"PKID"}});
+                         .skipped = {"PKID"},
+                         .on_error = ErrorRegime::EndAtFirstError()});
 }
 
 void Manager::ImportMeasureUnits() {
   RunTableImport(*this, {.section = "MeasureUnits",
                          .start_text = "Importiere Maßeinheiten",
                          .key = {KeyPart::Text("Name")},
-                         .skipped = {"PKID"}});
+                         .skipped = {"PKID"},
+                         .on_error = ErrorRegime::EndAtFirstError()});
 }
 
 void Manager::ImportQuantityUnits() {
   RunTableImport(*this, {.section = "QuantityUnits",
                          .start_text = "Importiere Mengeneinheiten",
                          .key = {KeyPart::Text("QtyUnit")},
-                         .skipped = {"PKID"}});
+                         .skipped = {"PKID"},
+                         .on_error = ErrorRegime::EndAtFirstError()});
 }
 
 // Regions keep the catalogue's own key: looked up by PKID compared as quoted text, created with that PKID
@@ -53,6 +57,7 @@ void Manager::ImportRegions() {
                          .start_text = "Importiere Regionen",
                          .key = {KeyPart::Text("PKID")},
                          .skipped = {},
+                         .on_error = ErrorRegime::EndAtFirstError(),
                          .create = [](Item& item) {
                            auto& rs = item.recordset();
                            rs.AddNew();
@@ -68,12 +73,16 @@ void Manager::ImportManufacturers() {
                          .start_text = "Importiere Hersteller",
                          .key = {KeyPart::Text("ProductID", "ID")},
                          .skipped = {"PKID", "LogoMRef"},
-                         .translates_keys = true});
+                         .new_pkid = importers::NewPkid::kPresetToPkid,
+                         .on_error = ErrorRegime::EndAtFirstError()});
 }
 
 void Manager::ImportKeywords() {
-  RunTableImport(
-      *this, {.section = "Keywords", .key = {KeyPart::Text("Keyword")}, .skipped = {"PKID"}, .translates_keys = true});
+  RunTableImport(*this, {.section = "Keywords",
+                         .key = {KeyPart::Text("Keyword")},
+                         .skipped = {"PKID"},
+                         .new_pkid = importers::NewPkid::kPresetToPkid,
+                         .on_error = ErrorRegime::EndAtFirstError()});
 }
 
 // Looked up by the catalogue's RefType and ElRef; created with the placeholder keyword "temp". ElRef is
@@ -82,6 +91,7 @@ void Manager::ImportKeywordRefs() {
   RunTableImport(*this, {.section = "KeywordRefs",
                          .key = {KeyPart::Number("RefType", 16), KeyPart::Number("ElRef")},
                          .skipped = {},
+                         .on_error = ErrorRegime::EndAtFirstError(),
                          .create =
                              [](Item& item) {
                                auto& rs = item.recordset();

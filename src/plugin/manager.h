@@ -89,6 +89,30 @@ class Manager {
   // ordered by the target's variant types.
   std::string fEditVarstring(const std::string& VarStr);
 
+  // Table importers of the attributes.
+  void ImportAttributeClasses();
+  void ImportAttributeGroups();
+  void ImportAttributes();
+  void ImportAttributes2Class();
+  void ImportAttributeMultiValues();
+  void ImportAttributes2Product();
+  void ImportAttributeMultiValues2Product();
+  // Table importers of payment and shipping.
+  void ImportPayMethods();
+  void ImportShipMethods();
+  void ImportShipMethodZones();
+  void ImportShipMethodCalculators();
+  void ImportShipMethodTables();
+  void ImportPay2ShipMethodsExcl();
+  void ImportPayMethods2RegionsExcl();
+  void ImportRegions2ShipZones();
+  // Table importers of discounts, profiles, bundles and cross references.
+  void ImportDiscounts();
+  void ImportExchangeDataProfiles();
+  void ImportPublishProfiles();
+  void ImportBundles();
+  void ImportCrossRefs();
+
   // Replaces the working recordset by a new, closed one; the one it held is released (and so closed).
   void RenewWorkingRecordset();
 
