@@ -29,12 +29,7 @@ Value ReadKeyPart(const catalog::Node& item, const KeyPart& part) {
   const Value raw = item.GetAttribute(part.attribute);
   if (part.kind == KeyPart::Kind::kText) return catalog::NzText(raw, "");
   const std::int32_t n = catalog::NzLong(raw, 0);
-  if (part.bits == 16) {
-    if (n < std::numeric_limits<std::int16_t>::min() || n > std::numeric_limits<std::int16_t>::max())
-      throw Error(ErrorCode::kOverflow, "Overflow: " + std::to_string(n) + " does not fit a 16-bit key");
-    return static_cast<std::int16_t>(n);
-  }
-  return n;
+  return part.bits == 16 ? Value(ToInt16(n)) : Value(n);
 }
 
 }  // namespace
@@ -129,6 +124,34 @@ std::optional<std::string> MediaKeyText(const plugin::Manager& manager, const ca
   if (value.is_null() || value.text() == "0" || !MediaImportChecked(manager)) return std::nullopt;
   const std::int32_t key = TextToLong(value.text(), attribute);
   return NewPkidText(plugin::Use(manager.catalog_document()).ItemAnywhere("Media", std::to_string(key)));
+}
+
+CreateRule AddWith(std::vector<std::pair<std::string_view, std::string_view>> fields_and_values) {
+  return [fields_and_values](Item& item) {
+    item.recordset().AddNew();
+    for (const auto& [field, name] : fields_and_values) item.recordset().SetValue(field, item.value(name));
+  };
+}
+
+std::int32_t LenientNewKey(const plugin::Manager& manager, std::string_view section, std::int32_t old_key) {
+  const catalog::Node item = plugin::Use(manager.catalog_document()).ItemByNumber(section, old_key);
+  return catalog::NzLong(item.GetAttribute("NewPKID"), 0);
+}
+
+std::int32_t StrictNewKey(const plugin::Manager& manager, std::string_view section, std::int32_t old_key) {
+  const catalog::Node item = plugin::Use(manager.catalog_document()).ItemByText(section, std::to_string(old_key));
+  return TextToLong(NewPkidText(item), "NewPKID");
+}
+
+std::int32_t StrictNumberNewKey(const plugin::Manager& manager, std::string_view section, std::int32_t old_key) {
+  const catalog::Node item = plugin::Use(manager.catalog_document()).ItemByNumber(section, old_key);
+  return TextToLong(NewPkidText(item), "NewPKID");
+}
+
+std::int16_t ToInt16(std::int32_t n) {
+  if (n < std::numeric_limits<std::int16_t>::min() || n > std::numeric_limits<std::int16_t>::max())
+    throw Error(ErrorCode::kOverflow, "Overflow: " + std::to_string(n) + " does not fit a 16-bit integer");
+  return static_cast<std::int16_t>(n);
 }
 
 std::string LookupStatement(plugin::Manager& manager, const TableImport& import, const std::vector<Value>& key) {

@@ -72,6 +72,9 @@ using PrepareRule = std::function<void(Item&)>;
 // The lookup statement, where it is not the one the key parts make.
 using StatementRule = std::function<std::string(Item&)>;
 
+// A create rule: an add without fields, then each field set to the named value the importer computed.
+CreateRule AddWith(std::vector<std::pair<std::string_view, std::string_view>> fields_and_values);
+
 // An importer. Every declaration names its error regime (there is no default).
 struct TableImport {
   std::string_view section{};               // catalogue section and table, e.g. "Currencies"
@@ -105,6 +108,21 @@ std::string SqlQuote(plugin::Manager& manager, const std::string& text);
 // The text of an item's NewPKID attribute, for lookups that read it directly; a missing item, or a NewPKID
 // that is absent or empty, is an error.
 std::string NewPkidText(const catalog::Node& item);
+
+// ---- Direct lookups of a referenced item's NewPKID (not through TranslateKey) ------------------------------
+
+// "CalvoraCatalog/<S>/<S>Item[@PKID=<n>]" (key compared as a number); NzLong of its NewPKID, default 0. A
+// missing item is an error.
+std::int32_t LenientNewKey(const plugin::Manager& manager, std::string_view section, std::int32_t old_key);
+// "CalvoraCatalog/<S>/<S>Item[@PKID='<n>']" (key compared as text); its NewPKID as a whole number without a
+// default: a missing item and a missing or empty NewPKID are errors.
+std::int32_t StrictNewKey(const plugin::Manager& manager, std::string_view section, std::int32_t old_key);
+// "CalvoraCatalog/<S>/<S>Item[@PKID=<n>]" (key compared as a number); its NewPKID as a whole number without a
+// default.
+std::int32_t StrictNumberNewKey(const plugin::Manager& manager, std::string_view section, std::int32_t old_key);
+
+// A whole number narrowed to 16 bits; one that does not fit is an overflow.
+std::int16_t ToInt16(std::int32_t n);
 
 // The working recordset, or the error that there is none.
 recordset::Recordset& WorkingRecordset(const plugin::Manager& manager);
