@@ -30,30 +30,6 @@ using ::testing::IsEmpty;
 
 using Strings = std::vector<std::string>;
 
-// Passes everything on and notes each record that is added: the table and the fields it was added with, as
-// "Table Field=value".
-class InsertLog : public recordset::Connection {
- public:
-  explicit InsertLog(std::shared_ptr<recordset::Connection> inner) : inner_(std::move(inner)) {}
-  recordset::QueryResult Query(std::string_view sql) override { return inner_->Query(sql); }
-  std::vector<Value> Insert(const std::string& table, const std::vector<recordset::Column>& columns,
-                            const std::vector<std::pair<std::size_t, Value>>& values) override {
-    std::string entry = table;
-    for (const auto& [index, value] : values)
-      entry += " " + columns.at(index).name + "=" + (value.is_null() ? std::string("NULL") : TextForm(value));
-    inserts.push_back(entry);
-    return inner_->Insert(table, columns, values);
-  }
-  void UpdateRow(const std::string& table, const std::vector<recordset::Column>& columns, std::int64_t pkid,
-                 const std::vector<std::pair<std::size_t, Value>>& values) override {
-    inner_->UpdateRow(table, columns, pkid, values);
-  }
-  Strings inserts;
-
- private:
-  std::shared_ptr<recordset::Connection> inner_;
-};
-
 bool OnAttributeTable(const std::string& text, std::string_view prefix) {
   return text.rfind(std::string(prefix) + "Attribute", 0) == 0;
 }
@@ -62,16 +38,9 @@ class AttributeImport : public ImportFixture {
  protected:
   void SetUp() override {
     ImportFixture::SetUp();
-    // The statements still reach the recording connection, and through it the database.
-    log = std::make_shared<InsertLog>(connection);
-    host.api->connection = log;
+    log = connection;  // it records the records written too
   }
 
-  // The NewPKID of the item that the XPath selects, as text; "absent" when the item has none.
-  std::string NewKey(const std::string& xpath) {
-    const Value key = NewPkid(xpath);
-    return key.is_null() ? "absent" : TextForm(key);
-  }
   // The NewPKID of the item of `section` whose PKID attribute is exactly `pkid`.
   std::string NewKeyOf(const std::string& section, const std::string& pkid) {
     return NewKey("CalvoraCatalog/" + section + "/" + section + "Item[@PKID='" + pkid + "']");
@@ -144,7 +113,7 @@ class AttributeImport : public ImportFixture {
         "PKID");
   }
 
-  std::shared_ptr<InsertLog> log;
+  std::shared_ptr<RecordingConnection> log;
 };
 
 std::string ClassLookup(const std::string& name) { return "SELECT * FROM AttributeClasses WHERE Name='" + name + "'"; }

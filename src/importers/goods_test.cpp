@@ -22,11 +22,6 @@ using Strings = std::vector<std::string>;
 
 class Goods : public ImportFixture {
  protected:
-  // The NewPKID of the item that the XPath selects, as text; "absent" when the item has none.
-  std::string NewKey(const std::string& xpath) {
-    const Value key = NewPkid(xpath);
-    return key.is_null() ? "absent" : TextForm(key);
-  }
   void CheckMedia() { Form().chkImportMedia().Value = settings::CheckBox::kChecked; }
 
   // The statements that begin with `prefix`, in order.

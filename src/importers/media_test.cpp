@@ -44,11 +44,6 @@ class MediaImport : public ImportFixture {
   void CheckMedia() { Form().chkImportMedia().Value = settings::CheckBox::kChecked; }
   void UncheckMedia() { Form().chkImportMedia().Value = settings::CheckBox::kUnchecked; }
 
-  // The NewPKID of the item that the XPath selects, as text; "absent" when the item has none.
-  std::string NewKey(const std::string& xpath) {
-    const Value key = NewPkid(xpath);
-    return key.is_null() ? "absent" : TextForm(key);
-  }
   std::string MediumKey(const std::string& src) { return NewKey("//MediaItem[@Src='" + src + "']"); }
   std::string AssignmentKey(int pkid) { return NewKey("//Element2MediaItem[@PKID='" + std::to_string(pkid) + "']"); }
 

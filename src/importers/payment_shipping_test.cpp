@@ -28,48 +28,11 @@ using ::testing::ElementsAreArray;
 
 using Strings = std::vector<std::string>;
 
-// Passes everything on and notes every record written: "add <Table> Field=value ..." for an insert and
-// "update <Table> <PKID> Field=value ..." for a record written back, each with the fields it was given.
-class WriteLog : public recordset::Connection {
- public:
-  explicit WriteLog(std::shared_ptr<recordset::Connection> inner) : inner_(std::move(inner)) {}
-  recordset::QueryResult Query(std::string_view sql) override { return inner_->Query(sql); }
-  std::vector<Value> Insert(const std::string& table, const std::vector<recordset::Column>& columns,
-                            const std::vector<std::pair<std::size_t, Value>>& values) override {
-    writes.push_back("add " + table + Fields(columns, values));
-    return inner_->Insert(table, columns, values);
-  }
-  void UpdateRow(const std::string& table, const std::vector<recordset::Column>& columns, std::int64_t pkid,
-                 const std::vector<std::pair<std::size_t, Value>>& values) override {
-    writes.push_back("update " + table + " " + std::to_string(pkid) + Fields(columns, values));
-    inner_->UpdateRow(table, columns, pkid, values);
-  }
-  Strings writes;
-
- private:
-  static std::string Fields(const std::vector<recordset::Column>& columns,
-                            const std::vector<std::pair<std::size_t, Value>>& values) {
-    std::string out;
-    for (const auto& [index, value] : values)
-      out += " " + columns.at(index).name + "=" + (value.is_null() ? std::string("NULL") : TextForm(value));
-    return out;
-  }
-  std::shared_ptr<recordset::Connection> inner_;
-};
-
 class PaymentShipping : public ImportFixture {
  protected:
   void SetUp() override {
     ImportFixture::SetUp();
-    // The statements still reach the recording connection, and through it the database.
-    log = std::make_shared<WriteLog>(connection);
-    host.api->connection = log;
-  }
-
-  // The NewPKID of the item that the XPath selects, as text; "absent" when the item has none.
-  std::string NewKey(const std::string& xpath) {
-    const Value key = NewPkid(xpath);
-    return key.is_null() ? "absent" : TextForm(key);
+    log = connection;  // it records the records written too
   }
 
   // Every progress call as "maximum/position text" from the group's status "Importiere Zahl- und Versandarten"
@@ -135,7 +98,7 @@ class PaymentShipping : public ImportFixture {
   }
   Rows RegionZones() { return Select("SELECT PKID, ShipZoneFKID, RegionFKID FROM Regions2ShipZones ORDER BY PKID"); }
 
-  std::shared_ptr<WriteLog> log;
+  std::shared_ptr<RecordingConnection> log;
 };
 
 std::string PayLookup(const std::string& id) { return "SELECT * FROM PayMethods WHERE ID='" + id + "'"; }

@@ -35,11 +35,6 @@ class SiteStructure : public ImportFixture {
     host.api->folder_service = std::make_shared<host::CliFolderService>(db);
   }
 
-  // The NewPKID of the item that the XPath selects, as text; "absent" when the item has none.
-  std::string NewKey(const std::string& xpath) {
-    const Value key = NewPkid(xpath);
-    return key.is_null() ? "absent" : TextForm(key);
-  }
   void CheckMedia() { Form().chkImportMedia().Value = settings::CheckBox::kChecked; }
 
   // Every progress call as "maximum/position text", from the status line `status` up to the next status line.

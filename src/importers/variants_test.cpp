@@ -26,43 +26,11 @@ using ::testing::ElementsAreArray;
 
 using Strings = std::vector<std::string>;
 
-// Passes everything on and notes each record that is added: the table and the fields it was added with, as
-// "Table Field=value".
-class InsertLog : public recordset::Connection {
- public:
-  explicit InsertLog(std::shared_ptr<recordset::Connection> inner) : inner_(std::move(inner)) {}
-  recordset::QueryResult Query(std::string_view sql) override { return inner_->Query(sql); }
-  std::vector<Value> Insert(const std::string& table, const std::vector<recordset::Column>& columns,
-                            const std::vector<std::pair<std::size_t, Value>>& values) override {
-    std::string entry = table;
-    for (const auto& [index, value] : values)
-      entry += " " + columns.at(index).name + "=" + (value.is_null() ? std::string("NULL") : TextForm(value));
-    inserts.push_back(entry);
-    return inner_->Insert(table, columns, values);
-  }
-  void UpdateRow(const std::string& table, const std::vector<recordset::Column>& columns, std::int64_t pkid,
-                 const std::vector<std::pair<std::size_t, Value>>& values) override {
-    inner_->UpdateRow(table, columns, pkid, values);
-  }
-  Strings inserts;
-
- private:
-  std::shared_ptr<recordset::Connection> inner_;
-};
-
 class Variants : public ImportFixture {
  protected:
   void SetUp() override {
     ImportFixture::SetUp();
-    // The statements still reach the recording connection, and through it the database.
-    log = std::make_shared<InsertLog>(connection);
-    host.api->connection = log;
-  }
-
-  // The NewPKID of the item that the XPath selects, as text; "absent" when the item has none.
-  std::string NewKey(const std::string& xpath) {
-    const Value key = NewPkid(xpath);
-    return key.is_null() ? "absent" : TextForm(key);
+    log = connection;  // it records the records written too
   }
 
   // The statements on the four variant tables, fEditVarstring's included, in order.
@@ -114,7 +82,7 @@ class Variants : public ImportFixture {
         "ORDER BY PKID");
   }
 
-  std::shared_ptr<InsertLog> log;
+  std::shared_ptr<RecordingConnection> log;
 };
 
 // The last n entries.

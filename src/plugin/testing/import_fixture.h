@@ -19,7 +19,9 @@
 
 namespace cvimp::plugin::testing {
 
-// Passes everything to the real database and keeps the text of every query, in order.
+// Passes everything to the real database and keeps, in order, the text of every query and every record
+// written with the fields it was given: `inserts` holds "Table Field=value ..." for each record added,
+// `writes` holds "add Table Field=value ..." and "update Table <PKID> Field=value ..." for every write.
 class RecordingConnection : public recordset::Connection {
  public:
   explicit RecordingConnection(std::shared_ptr<recordset::Connection> inner) : inner_(std::move(inner)) {}
@@ -29,15 +31,27 @@ class RecordingConnection : public recordset::Connection {
   }
   std::vector<Value> Insert(const std::string& table, const std::vector<recordset::Column>& columns,
                             const std::vector<std::pair<std::size_t, Value>>& values) override {
+    inserts.push_back(table + Fields(columns, values));
+    writes.push_back("add " + inserts.back());
     return inner_->Insert(table, columns, values);
   }
   void UpdateRow(const std::string& table, const std::vector<recordset::Column>& columns, std::int64_t pkid,
                  const std::vector<std::pair<std::size_t, Value>>& values) override {
+    writes.push_back("update " + table + " " + std::to_string(pkid) + Fields(columns, values));
     inner_->UpdateRow(table, columns, pkid, values);
   }
   std::vector<std::string> queries;
+  std::vector<std::string> inserts;
+  std::vector<std::string> writes;
 
  private:
+  static std::string Fields(const std::vector<recordset::Column>& columns,
+                            const std::vector<std::pair<std::size_t, Value>>& values) {
+    std::string out;
+    for (const auto& [index, value] : values)
+      out += " " + columns.at(index).name + "=" + (value.is_null() ? std::string("NULL") : TextForm(value));
+    return out;
+  }
   std::shared_ptr<recordset::Connection> inner_;
 };
 
@@ -82,6 +96,8 @@ class ImportFixture : public ::testing::Test {
     ChooseMode(mode);
     host.state->progress.clear();
     connection->queries.clear();
+    connection->inserts.clear();
+    connection->writes.clear();
     manager->ExecuteImport();
   }
   void ImportSections(const std::string& sections, int mode = 0) { Import(Catalog(sections), mode); }
@@ -101,6 +117,11 @@ class ImportFixture : public ::testing::Test {
   // The NewPKID attribute of the item the XPath selects (Null when absent).
   Value NewPkid(const std::string& xpath) {
     return manager->catalog_document()->SelectSingleNode(xpath).GetAttribute("NewPKID");
+  }
+  // The same as text; "absent" when the item has none.
+  std::string NewKey(const std::string& xpath) {
+    const Value key = NewPkid(xpath);
+    return key.is_null() ? "absent" : TextForm(key);
   }
 
   FakeHost host;
