@@ -144,26 +144,27 @@ ItemIndex::ItemSet& ItemIndex::Section(std::string_view section) {
 }
 
 ItemIndex::ItemSet& ItemIndex::Anywhere(std::string_view element) {
-  auto found = anywhere_.find(element);
-  if (found != anywhere_.end()) return found->second;
-  ItemSet& set = anywhere_[std::string(element)];
-  // //<E>: every element of that name, the document element included, in document order. The walk keeps
-  // no stack, so that a deeply nested document cannot exhaust it.
-  const pugi::xml_node top = doc_.root();
-  for (pugi::xml_node n = top.first_child(); n;) {
-    if (HasName(n, element)) set.items.push_back(n);
-    if (pugi::xml_node child = n.first_child()) {
-      n = child;
-      continue;
+  if (!walked_) {
+    // //<E>: every element of that name, the document element included, in document order. One walk files
+    // every element under its name, so that the lookups of several names anywhere walk the document once. The
+    // walk keeps no stack, so that a deeply nested document cannot exhaust it.
+    walked_ = true;
+    const pugi::xml_node top = doc_.root();
+    for (pugi::xml_node n = top.first_child(); n;) {
+      if (n.type() == pugi::node_element) by_name_[std::string_view(n.name())].items.push_back(n);
+      if (pugi::xml_node child = n.first_child()) {
+        n = child;
+        continue;
+      }
+      while (n && !n.next_sibling()) {
+        n = n.parent();
+        if (n == top) n = pugi::xml_node();
+      }
+      if (n) n = n.next_sibling();
     }
-    while (n && !n.next_sibling()) {
-      n = n.parent();
-      if (n == top) n = pugi::xml_node();
-    }
-    if (n) n = n.next_sibling();
   }
-  set.items.shrink_to_fit();
-  return set;
+  auto found = by_name_.find(element);
+  return found == by_name_.end() ? no_elements_ : found->second;
 }
 
 const std::vector<pugi::xml_node>& ItemIndex::SectionItems(std::string_view section) { return Section(section).items; }
@@ -241,7 +242,7 @@ std::size_t ItemIndex::memory_bytes() const {
     }
   };
   for (const auto& [name, set] : sections_) add(set);
-  for (const auto& [name, set] : anywhere_) add(set);
+  for (const auto& [name, set] : by_name_) add(set);
   return bytes;
 }
 

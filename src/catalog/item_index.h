@@ -11,6 +11,7 @@
 #include <pugixml.hpp>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace cvimp::catalog {
@@ -93,7 +94,11 @@ class ItemIndex {
   const pugi::xml_document& doc_;
   std::uint64_t built_at_;
   std::map<std::string, ItemSet, std::less<>> sections_;
-  std::map<std::string, ItemSet, std::less<>> anywhere_;
+  // Every element of the document filed under its name by one walk, on the first lookup anywhere; the names
+  // are the document's own (elements are never renamed).
+  std::unordered_map<std::string_view, ItemSet> by_name_;
+  bool walked_ = false;
+  ItemSet no_elements_;  // for a name that no element has
 };
 
 }  // namespace cvimp::catalog

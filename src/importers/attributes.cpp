@@ -24,8 +24,6 @@ using importers::RunTableImport;
 
 namespace {
 
-std::string Decimal(const Value& number) { return std::to_string(number.integer()); }
-
 // The translated key of a reference attribute: NzLong of the attribute, through the section's items.
 std::int32_t Reference(const Item& item, const char* attribute, std::string_view section) {
   return LenientNewKey(item.manager, section, NzLong(item.node.GetAttribute(attribute), 0));
@@ -62,8 +60,8 @@ void Manager::ImportAttributes() {
        .on_error = ErrorRegime::EndAtFirstError(),
        .prepare =
            [](Item& item) {
-             const std::string group = NzText(item.node.GetAttribute("GroupFKID"), "");
-             item.set("group") = LenientNewKey(item.manager, "AttributeGroups", TextToLong(group, "GroupFKID"));
+             item.set("group") = LenientNewKey(item.manager, "AttributeGroups",
+                                               importers::WholeNumberAttribute(item.node, "GroupFKID"));
            },
        .field_rules = {
            {"DefaultSurcharge", [](Item& item, std::string_view f) { item.recordset().SetValue(f, std::int32_t{0}); }},
@@ -71,21 +69,21 @@ void Manager::ImportAttributes() {
 }
 
 void Manager::ImportAttributes2Class() {
-  RunTableImport(
-      *this, {.section = "Attributes2Class",
-              .skipped = {"PKID"},
-              .on_error = ErrorRegime::EndAtFirstError(),
-              .prepare =
-                  [](Item& item) {
-                    item.set("attribute") = Reference(item, "AttributeFKID", "Attributes");
-                    item.set("class") = Reference(item, "ClassFKID", "AttributeClasses");
-                  },
-              .statement =
-                  [](Item& item) {
-                    return "SELECT * FROM Attributes2Class WHERE AttributeFKID=" + Decimal(item.value("attribute")) +
-                           " AND ClassFKID=" + Decimal(item.value("class"));
-                  },
-              .create = importers::AddWith({{"AttributeFKID", "attribute"}, {"ClassFKID", "class"}})});
+  RunTableImport(*this, {.section = "Attributes2Class",
+                         .skipped = {"PKID"},
+                         .on_error = ErrorRegime::EndAtFirstError(),
+                         .prepare =
+                             [](Item& item) {
+                               item.set("attribute") = Reference(item, "AttributeFKID", "Attributes");
+                               item.set("class") = Reference(item, "ClassFKID", "AttributeClasses");
+                             },
+                         .statement =
+                             [](Item& item) {
+                               return "SELECT * FROM Attributes2Class WHERE AttributeFKID=" +
+                                      importers::DecimalText(item.value("attribute")) +
+                                      " AND ClassFKID=" + importers::DecimalText(item.value("class"));
+                             },
+                         .create = importers::AddWith({{"AttributeFKID", "attribute"}, {"ClassFKID", "class"}})});
 }
 
 // Intended: no blank between the key and "AND" in the statement; the key is kept as decimal text.
@@ -109,25 +107,25 @@ void Manager::ImportAttributeMultiValues() {
 }
 
 void Manager::ImportAttributes2Product() {
-  RunTableImport(
-      *this, {.section = "Attributes2Product",
-              .skipped = {"PKID"},
-              .new_pkid = NewPkid::kFromRecord,
-              .on_error = ErrorRegime::EndAtFirstError(),
-              .prepare =
-                  [](Item& item) {
-                    item.set("attribute") = Reference(item, "AttributeFKID", "Attributes");
-                    item.set("class") = Reference(item, "ClassFKID", "AttributeClasses");
-                    item.set("product") = Reference(item, "ProductFKID", "Products");
-                  },
-              .statement =
-                  [](Item& item) {
-                    return "SELECT * FROM Attributes2Product WHERE AttributeFKID=" + Decimal(item.value("attribute")) +
-                           " AND ClassFKID=" + Decimal(item.value("class")) +
-                           " AND ProductFKID=" + Decimal(item.value("product"));
-                  },
-              .create = importers::AddWith(
-                  {{"AttributeFKID", "attribute"}, {"ClassFKID", "class"}, {"ProductFkid", "product"}})});
+  RunTableImport(*this, {.section = "Attributes2Product",
+                         .skipped = {"PKID"},
+                         .new_pkid = NewPkid::kFromRecord,
+                         .on_error = ErrorRegime::EndAtFirstError(),
+                         .prepare =
+                             [](Item& item) {
+                               item.set("attribute") = Reference(item, "AttributeFKID", "Attributes");
+                               item.set("class") = Reference(item, "ClassFKID", "AttributeClasses");
+                               item.set("product") = Reference(item, "ProductFKID", "Products");
+                             },
+                         .statement =
+                             [](Item& item) {
+                               return "SELECT * FROM Attributes2Product WHERE AttributeFKID=" +
+                                      importers::DecimalText(item.value("attribute")) +
+                                      " AND ClassFKID=" + importers::DecimalText(item.value("class")) +
+                                      " AND ProductFKID=" + importers::DecimalText(item.value("product"));
+                             },
+                         .create = importers::AddWith(
+                             {{"AttributeFKID", "attribute"}, {"ClassFKID", "class"}, {"ProductFkid", "product"}})});
 }
 
 void Manager::ImportAttributeMultiValues2Product() {
@@ -144,7 +142,8 @@ void Manager::ImportAttributeMultiValues2Product() {
        .statement =
            [](Item& item) {
              return "SELECT * FROM AttributeMultiValues2Product WHERE AttributeMultiValuesFKID=" +
-                    Decimal(item.value("value")) + " AND Attributes2ProductFKID=" + Decimal(item.value("link"));
+                    importers::DecimalText(item.value("value")) +
+                    " AND Attributes2ProductFKID=" + importers::DecimalText(item.value("link"));
            },
        .create = importers::AddWith({{"AttributeMultiValuesFKID", "value"}, {"Attributes2ProductFKID", "link"}})});
 }

@@ -12,22 +12,10 @@ namespace cvimp::plugin {
 
 using catalog::NzLong;
 using catalog::NzText;
-using importers::FieldRule;
 using importers::Item;
 using importers::RunTableImport;
 
 namespace {
-
-std::string Decimal(const Value& number) { return std::to_string(number.integer()); }
-
-FieldRule Computed(const char* name) {
-  return [name](Item& item, std::string_view field) { item.recordset().SetValue(field, item.value(name)); };
-}
-
-// The attribute's text (default empty) as a whole number: empty or not numeric is an error.
-std::int32_t StrictNumber(const Item& item, const char* attribute) {
-  return TextToLong(NzText(item.node.GetAttribute(attribute), ""), attribute);
-}
 
 // The section an element type's references point into: 0 pages, 1 categories, 2 products; none for others.
 const char* SectionOfType(std::int16_t type) {
@@ -47,30 +35,30 @@ const char* SectionOfType(std::int16_t type) {
 
 // The related product is held as text; the category and variant of the bundle are translated as well.
 void Manager::ImportBundles() {
-  RunTableImport(*this, {.section = "Bundles",
-                         .start_text = "Importiere Bundles",
-                         .on_error = ErrorRegime::EndAtFirstError(),
-                         .prepare =
-                             [](Item& item) {
-                               auto key = [&](const char* attribute, const char* section) {
-                                 return item.manager.TranslateKey(NzLong(item.node.GetAttribute(attribute), 0),
-                                                                  section);
-                               };
-                               item.set("product") = key("ProductFKID", "Products");
-                               item.set("related") = std::to_string(key("RelProductFKID", "Products"));
-                               item.set("category") = key("ProductCategoryFKID", "Categories");
-                               item.set("variant") = key("ProductVariantFKID", "VariantsComplex");
-                             },
-                         .statement =
-                             [](Item& item) {
-                               return "SELECT * FROM Bundles WHERE ProductFKID=" + Decimal(item.value("product")) +
-                                      " AND RelProductFKID=" + item.value("related").text();
-                             },
-                         .create = importers::AddWith({{"ProductFkid", "product"}, {"RelProductFKID", "related"}}),
-                         .field_rules = {{"ProductFKID", Computed("product")},
-                                         {"RelProductFKID", Computed("related")},
-                                         {"ProductCategoryFKID", Computed("category")},
-                                         {"ProductVariantFKID", Computed("variant")}}});
+  RunTableImport(
+      *this, {.section = "Bundles",
+              .start_text = "Importiere Bundles",
+              .on_error = ErrorRegime::EndAtFirstError(),
+              .prepare =
+                  [](Item& item) {
+                    auto key = [&](const char* attribute, const char* section) {
+                      return item.manager.TranslateKey(NzLong(item.node.GetAttribute(attribute), 0), section);
+                    };
+                    item.set("product") = key("ProductFKID", "Products");
+                    item.set("related") = std::to_string(key("RelProductFKID", "Products"));
+                    item.set("category") = key("ProductCategoryFKID", "Categories");
+                    item.set("variant") = key("ProductVariantFKID", "VariantsComplex");
+                  },
+              .statement =
+                  [](Item& item) {
+                    return "SELECT * FROM Bundles WHERE ProductFKID=" + importers::DecimalText(item.value("product")) +
+                           " AND RelProductFKID=" + item.value("related").text();
+                  },
+              .create = importers::AddWith({{"ProductFkid", "product"}, {"RelProductFKID", "related"}}),
+              .field_rules = {{"ProductFKID", importers::Computed("product")},
+                              {"RelProductFKID", importers::Computed("related")},
+                              {"ProductCategoryFKID", importers::Computed("category")},
+                              {"ProductVariantFKID", importers::Computed("variant")}}});
 }
 
 // Source and target references are translated by their element types. Intended: the target category and
@@ -82,12 +70,14 @@ void Manager::ImportCrossRefs() {
                          .on_error = ErrorRegime::EndAtFirstError(),
                          .prepare =
                              [](Item& item) {
-                               const std::int16_t source_type = importers::ToInt16(StrictNumber(item, "ElSrcType"));
-                               std::int32_t source = StrictNumber(item, "ElSrcRef");
-                               const std::int16_t target_type = importers::ToInt16(StrictNumber(item, "ElTargetType"));
-                               std::int32_t target = StrictNumber(item, "ElTargetRef");
-                               StrictNumber(item, "ElTargetCategoryRef");
-                               StrictNumber(item, "ElTargetVariantRef");
+                               const std::int16_t source_type =
+                                   importers::ToInt16(importers::WholeNumberAttribute(item.node, "ElSrcType"));
+                               std::int32_t source = importers::WholeNumberAttribute(item.node, "ElSrcRef");
+                               const std::int16_t target_type =
+                                   importers::ToInt16(importers::WholeNumberAttribute(item.node, "ElTargetType"));
+                               std::int32_t target = importers::WholeNumberAttribute(item.node, "ElTargetRef");
+                               importers::WholeNumberAttribute(item.node, "ElTargetCategoryRef");
+                               importers::WholeNumberAttribute(item.node, "ElTargetVariantRef");
                                if (const char* section = SectionOfType(source_type))
                                  source = item.manager.TranslateKey(source, section);
                                if (const char* section = SectionOfType(target_type))
@@ -101,23 +91,24 @@ void Manager::ImportCrossRefs() {
                              },
                          .statement =
                              [](Item& item) {
-                               return "SELECT * FROM CrossRefs WHERE ElSrcType=" + Decimal(item.value("source_type")) +
-                                      " AND ElSrcRef=" + Decimal(item.value("source")) +
-                                      " AND ElTargetType=" + Decimal(item.value("target_type")) +
-                                      " AND ElTargetRef=" + Decimal(item.value("target")) +
-                                      " AND ElTargetCategoryRef=" + Decimal(item.value("category")) +
-                                      " AND ElTargetVariantRef=" + Decimal(item.value("variant"));
+                               return "SELECT * FROM CrossRefs WHERE ElSrcType=" +
+                                      importers::DecimalText(item.value("source_type")) +
+                                      " AND ElSrcRef=" + importers::DecimalText(item.value("source")) +
+                                      " AND ElTargetType=" + importers::DecimalText(item.value("target_type")) +
+                                      " AND ElTargetRef=" + importers::DecimalText(item.value("target")) +
+                                      " AND ElTargetCategoryRef=" + importers::DecimalText(item.value("category")) +
+                                      " AND ElTargetVariantRef=" + importers::DecimalText(item.value("variant"));
                              },
                          .create = importers::AddWith({{"ElSrcType", "source_type"},
                                                        {"ElSrcRef", "source"},
                                                        {"ElTargetType", "target_type"},
                                                        {"ElTargetRef", "target"}}),
-                         .field_rules = {{"ElSrcType", Computed("source_type")},
-                                         {"ElSrcRef", Computed("source")},
-                                         {"ElTargetType", Computed("target_type")},
-                                         {"ElTargetRef", Computed("target")},
-                                         {"ElTargetCategoryRef", Computed("category")},
-                                         {"ElTargetVariantRef", Computed("variant")}}});
+                         .field_rules = {{"ElSrcType", importers::Computed("source_type")},
+                                         {"ElSrcRef", importers::Computed("source")},
+                                         {"ElTargetType", importers::Computed("target_type")},
+                                         {"ElTargetRef", importers::Computed("target")},
+                                         {"ElTargetCategoryRef", importers::Computed("category")},
+                                         {"ElTargetVariantRef", importers::Computed("variant")}}});
 }
 
 }  // namespace cvimp::plugin

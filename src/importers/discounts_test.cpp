@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "plugin/testing/import_fixture.h"
+#include "plugin/testing/run_status_texts.h"
 
 namespace cvimp::plugin::testing {
 namespace {
@@ -943,28 +944,7 @@ TEST_F(ShopElements, CrossReferencesShowTheirStartTextAndProgressForEachItem) {
 
 TEST_F(DiscountsProfilesLinks, TheStartTextsComeAtTheirPlacesInTheRun) {
   ImportSections("<Keywords/>");
-  EXPECT_EQ(host.state->StatusTexts(), (Strings{"Initialisiere Import...",
-                                                "Starte Import...",
-                                                "Importiere Ordner",
-                                                "Importiere Warengruppen",
-                                                "Importiere Produkte",
-                                                "Produkte werden zugeordnet",
-                                                "Importiere Seiten",
-                                                "Importiere Währungen",
-                                                "Importiere Lieferzeiten",
-                                                "Importiere Profile",
-                                                "Importiere Maßeinheiten",
-                                                "Importiere Rabatte",
-                                                "Importiere Profile",
-                                                "Importiere Mengeneinheiten",
-                                                "Importiere Zahl- und Versandarten",
-                                                "Importiere Varianten",
-                                                "Importiere Attribute",
-                                                "Importiere Bundles",
-                                                "Importiere Produktverlinkungen",
-                                                "Importiere Stichworte",
-                                                "Importiere Hersteller",
-                                                "Der Import wurde erfolgreich abgeschlossen."}));
+  EXPECT_EQ(host.state->StatusTexts(), kStatusTextsOfAnEmptyRun);
   EXPECT_THAT(connection->queries, IsEmpty());
 }
 

@@ -5,7 +5,6 @@
 #include <string>
 
 #include "catalog/value_helpers.h"
-#include "common/ascii_case.h"
 #include "common/error_regime.h"
 #include "importers/record_import.h"
 
@@ -16,6 +15,8 @@ using catalog::NzText;
 using catalog::RecordFound;
 using importers::CopyField;
 using importers::ForEachField;
+using importers::IsField;
+using importers::IsOneOf;
 using importers::ModeCreates;
 using importers::ModeUpdates;
 using importers::OpenLookup;
@@ -23,12 +24,6 @@ using importers::RecordKey;
 using importers::ShowItemProgress;
 using importers::SqlQuote;
 using importers::WorkingRecordset;
-
-namespace {
-
-bool Is(const recordset::Column& field, const char* name) { return EqualsIgnoringCase(field.name, name); }
-
-}  // namespace
 
 // Categories are looked up by ID. The first pass writes every category with parent 0 (the parent may come
 // later in the file), its long description from the item's own text; the second pass sets the parents once
@@ -62,10 +57,10 @@ void Manager::ImportCategories() {
     if (RecordFound(working_recordset()) && ModeUpdates(update_mode(), is_new)) {
       on_error([&] { item.SetAttribute("NewPKID", WorkingRecordset(*this).GetValue("PKID")); });
       ForEachField(*this, on_error, [&](const recordset::Column& field) {
-        if (Is(field, "PKID") || Is(field, "DefaultThumbMRef")) return;
-        if (Is(field, "ParentCategoryFKID"))
+        if (IsOneOf(field, {"PKID", "DefaultThumbMRef"})) return;
+        if (IsField(field, "ParentCategoryFKID"))
           on_error([&] { WorkingRecordset(*this).SetValue(field.name, std::int32_t{0}); });
-        else if (Is(field, "LongDesc"))
+        else if (IsField(field, "LongDesc"))
           on_error([&] { WorkingRecordset(*this).SetValue(field.name, item.Text()); });
         else
           on_error([&] { CopyField(*this, field, item); });
@@ -113,10 +108,10 @@ void Manager::ImportProducts() {
     if (RecordFound(working_recordset()) && ModeUpdates(update_mode(), is_new)) {
       on_error([&] { item.SetAttribute("NewPKID", WorkingRecordset(*this).GetValue("PKID")); });
       ForEachField(*this, on_error, [&](const recordset::Column& field) {
-        if (Is(field, "PKID")) return;
-        if (Is(field, "LongDesc")) {
+        if (IsField(field, "PKID")) return;
+        if (IsField(field, "LongDesc")) {
           on_error([&] { WorkingRecordset(*this).SetValue(field.name, item.Text()); });
-        } else if (Is(field, "PictureMRef")) {
+        } else if (IsField(field, "PictureMRef")) {
           on_error([&] {
             if (auto media_key = importers::MediaKeyText(*this, item, "PictureMRef"))
               WorkingRecordset(*this).SetValue(field.name, *media_key);
@@ -168,7 +163,7 @@ void Manager::ImportProducts2Categories() {
     if (RecordFound(working_recordset()) && ModeUpdates(update_mode(), is_new)) {
       on_error([&] { item.SetAttribute("NewPKID", WorkingRecordset(*this).GetValue("PKID")); });
       ForEachField(*this, on_error, [&](const recordset::Column& field) {
-        if (Is(field, "PKID") || Is(field, "CategoryFKID") || Is(field, "ProductFKID")) return;
+        if (IsOneOf(field, {"PKID", "CategoryFKID", "ProductFKID"})) return;
         on_error([&] { CopyField(*this, field, item); });
       });
       on_error([&] { WorkingRecordset(*this).Update(); });

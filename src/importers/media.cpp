@@ -5,7 +5,6 @@
 #include <string>
 
 #include "catalog/value_helpers.h"
-#include "common/ascii_case.h"
 #include "common/error_regime.h"
 #include "common/numeric.h"
 #include "importers/record_import.h"
@@ -17,6 +16,8 @@ using catalog::NzText;
 using catalog::RecordFound;
 using importers::CopyField;
 using importers::ForEachField;
+using importers::IsField;
+using importers::IsOneOf;
 using importers::ModeCreates;
 using importers::ModeUpdates;
 using importers::OpenLookup;
@@ -102,8 +103,7 @@ void Manager::ImportMedia() {
       copy_file();
       on_error([&] { item.SetAttribute("NewPKID", WorkingRecordset(*this).GetValue("PKID")); });
       ForEachField(*this, on_error, [&](const recordset::Column& field) {
-        for (const char* never : {"PKID", "PublishAlways", "IsReferenced", "LastModifiedDate"})
-          if (EqualsIgnoringCase(field.name, never)) return;
+        if (IsOneOf(field, {"PKID", "PublishAlways", "IsReferenced", "LastModifiedDate"})) return;
         on_error([&] { CopyField(*this, field, item); });
       });
       on_error([&] { WorkingRecordset(*this).Update(); });
@@ -140,8 +140,8 @@ void Manager::ImportElement2Media() {
     if (RecordFound(working_recordset()) && ModeUpdates(update_mode(), is_new)) {
       on_error([&] { item.SetAttribute("NewPKID", WorkingRecordset(*this).GetValue("MediaFKID")); });
       ForEachField(*this, on_error, [&](const recordset::Column& field) {
-        if (EqualsIgnoringCase(field.name, "Name")) return;
-        if (EqualsIgnoringCase(field.name, "ElRef"))
+        if (IsField(field, "Name")) return;
+        if (IsField(field, "ElRef"))
           on_error([&] { WorkingRecordset(*this).SetValue(field.name, TranslateKey(element_key, "Products")); });
         else
           on_error([&] { CopyField(*this, field, item); });  // MediaFKID included, untranslated

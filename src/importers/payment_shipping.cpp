@@ -18,7 +18,6 @@ namespace cvimp::plugin {
 using catalog::NzDouble;
 using catalog::NzLong;
 using catalog::NzText;
-using importers::FieldRule;
 using importers::Item;
 using importers::KeyPart;
 using importers::LenientNewKey;
@@ -26,26 +25,6 @@ using importers::NewPkid;
 using importers::RunTableImport;
 using importers::StrictNewKey;
 using importers::ToInt16;
-
-namespace {
-
-std::string Decimal(const Value& number) { return std::to_string(number.integer()); }
-
-// A field rule that writes a fixed value.
-FieldRule Fixed(Value value) {
-  return [value](Item& item, std::string_view field) { item.recordset().SetValue(field, value); };
-}
-// A field rule that writes a value the importer computed before its lookup.
-FieldRule Computed(const char* name) {
-  return [name](Item& item, std::string_view field) { item.recordset().SetValue(field, item.value(name)); };
-}
-
-// The attribute as text (default empty) converted strictly to a whole number: empty or not numeric is an error.
-std::int32_t StrictNumber(const Item& item, const char* attribute) {
-  return TextToLong(NzText(item.node.GetAttribute(attribute), ""), attribute);
-}
-
-}  // namespace
 
 // The item's PKID is read but not used (intended): no NewPKID preset.
 void Manager::ImportPayMethods() {
@@ -86,19 +65,20 @@ void Manager::ImportShipMethodZones() {
                              [](Item& item) {
                                item.set("name") = NzText(item.node.GetAttribute("Name"), "");
                                item.set("method") =
-                                   StrictNewKey(item.manager, "ShipMethods", StrictNumber(item, "ShipMethodFKID"));
+                                   StrictNewKey(item.manager, "ShipMethods",
+                                                importers::WholeNumberAttribute(item.node, "ShipMethodFKID"));
                              },
                          .statement =
                              [](Item& item) {
                                return "SELECT * FROM ShipMethodZones WHERE Name='" +
                                       importers::SqlQuote(item.manager, item.value("name").text()) +
-                                      "' AND ShipMethodFKID=" + Decimal(item.value("method"));
+                                      "' AND ShipMethodFKID=" + importers::DecimalText(item.value("method"));
                              },
                          .create = importers::AddWith({{"Name", "name"}, {"ShipMethodFKID", "method"}}),
-                         .field_rules = {{"ShipMethodFKID", Computed("method")},
-                                         {"Countries", Fixed("temp")},
-                                         {"tmpID", Fixed("temp")},
-                                         {"IsDefault", Fixed(std::int32_t{0})}}});
+                         .field_rules = {{"ShipMethodFKID", importers::Computed("method")},
+                                         {"Countries", importers::Fixed("temp")},
+                                         {"tmpID", importers::Fixed("temp")},
+                                         {"IsDefault", importers::Fixed(std::int32_t{0})}}});
 }
 
 // RefType 0: the reference is a shipping method; any other type: a zone.
@@ -109,8 +89,8 @@ void Manager::ImportShipMethodCalculators() {
                          .on_error = ErrorRegime::EndAtFirstError(),
                          .prepare =
                              [](Item& item) {
-                               const std::int16_t type = ToInt16(StrictNumber(item, "RefType"));
-                               const std::int32_t reference = StrictNumber(item, "RefFKID");
+                               const std::int16_t type = ToInt16(importers::WholeNumberAttribute(item.node, "RefType"));
+                               const std::int32_t reference = importers::WholeNumberAttribute(item.node, "RefFKID");
                                item.set("type") = type;
                                item.set("reference") =
                                    StrictNewKey(item.manager, type != 0 ? "ShipMethodZones" : "ShipMethods", reference);
@@ -118,13 +98,14 @@ void Manager::ImportShipMethodCalculators() {
                          .statement =
                              [](Item& item) {
                                return "SELECT * FROM ShipMethodCalculators WHERE RefType=" +
-                                      Decimal(item.value("type")) + " AND RefFKID=" + Decimal(item.value("reference"));
+                                      importers::DecimalText(item.value("type")) +
+                                      " AND RefFKID=" + importers::DecimalText(item.value("reference"));
                              },
                          .create = importers::AddWith({{"RefType", "type"}, {"RefFKID", "reference"}}),
-                         .field_rules = {{"RefFKID", Computed("reference")},
-                                         {"Countries", Fixed("temp")},
-                                         {"tmpID", Fixed("temp")},
-                                         {"IsDefault", Fixed(std::int32_t{0})}}});
+                         .field_rules = {{"RefFKID", importers::Computed("reference")},
+                                         {"Countries", importers::Fixed("temp")},
+                                         {"tmpID", importers::Fixed("temp")},
+                                         {"IsDefault", importers::Fixed(std::int32_t{0})}}});
 }
 
 // Intended: the amount is compared through the database's CDBL of its text (in this host's number format, with
@@ -145,14 +126,15 @@ void Manager::ImportShipMethodTables() {
                   .statement =
                       [](Item& item) {
                         return "SELECT * FROM ShipMethodTables WHERE ShipCalculatorFKID=" +
-                               Decimal(item.value("calculator")) + " AND ChargeType=" + Decimal(item.value("charge")) +
+                               importers::DecimalText(item.value("calculator")) +
+                               " AND ChargeType=" + importers::DecimalText(item.value("charge")) +
                                " AND UpToAmount=CDBL('" + NumberToText(item.value("amount").number()) + "')";
                       },
                   .create = importers::AddWith(
                       {{"ShipCalculatorFKID", "calculator"}, {"ChargeType", "charge"}, {"UpToAmount", "amount"}}),
-                  .field_rules = {{"ShipCalculatorFKID", Computed("calculator")},
-                                  {"tmpID", Fixed("temp")},
-                                  {"IsFixed", Fixed("0")}}});
+                  .field_rules = {{"ShipCalculatorFKID", importers::Computed("calculator")},
+                                  {"tmpID", importers::Fixed("temp")},
+                                  {"IsFixed", importers::Fixed("0")}}});
 }
 
 void Manager::ImportPay2ShipMethodsExcl() {
@@ -173,52 +155,47 @@ void Manager::ImportPay2ShipMethodsExcl() {
                          .statement =
                              [](Item& item) {
                                return "SELECT * FROM Pay2ShipMethodsExcl WHERE PayMethodFKID=" +
-                                      Decimal(item.value("pay")) + " AND ShipMethodFKID=" + Decimal(item.value("ship"));
+                                      importers::DecimalText(item.value("pay")) +
+                                      " AND ShipMethodFKID=" + importers::DecimalText(item.value("ship"));
                              },
                          .create = importers::AddWith({{"PayMethodFKID", "pay"}, {"ShipMethodFKID", "ship"}}),
-                         .field_rules = {{"PayMethodFKID", Computed("pay")}, {"ShipMethodFKID", Computed("ship")}}});
+                         .field_rules = {{"PayMethodFKID", importers::Computed("pay")},
+                                         {"ShipMethodFKID", importers::Computed("ship")}}});
 }
 
-// Intended: the region text is not passed through SqlQuote (a quote in it makes the statement invalid).
+namespace {
+
+// The exclusion of a region: a key translated leniently through `key_section`, and the region code as the item
+// has it. Intended: the region text is not passed through SqlQuote (a quote in it makes the statement invalid).
+importers::TableImport RegionExclusion(std::string_view section, std::string_view key_field,
+                                       std::string_view key_section) {
+  return {
+      .section = section,
+      .skipped = {"PKID"},
+      .on_error = ErrorRegime::EndAtFirstError(),
+      .prepare =
+          [key_field, key_section](Item& item) {
+            item.set("key") = LenientNewKey(item.manager, key_section, NzLong(item.node.GetAttribute(key_field), 0));
+            item.set("region") = NzText(item.node.GetAttribute("RegionFKID"), "");
+          },
+      .statement =
+          [section, key_field](Item& item) {
+            return "SELECT * FROM " + std::string(section) + " WHERE " + std::string(key_field) + "=" +
+                   importers::DecimalText(item.value("key")) + " AND RegionFKID='" + item.value("region").text() + "'";
+          },
+      .create = importers::AddWith({{key_field, "key"}, {"RegionFKID", "region"}}),
+      .field_rules = {{std::string(key_field), importers::Computed("key")},
+                      {"RegionFKID", importers::Computed("region")}}};
+}
+
+}  // namespace
+
 void Manager::ImportPayMethods2RegionsExcl() {
-  RunTableImport(
-      *this, {.section = "PayMethods2RegionsExcl",
-              .skipped = {"PKID"},
-              .on_error = ErrorRegime::EndAtFirstError(),
-              .prepare =
-                  [](Item& item) {
-                    item.set("pay") =
-                        LenientNewKey(item.manager, "PayMethods", NzLong(item.node.GetAttribute("PayMethodFKID"), 0));
-                    item.set("region") = NzText(item.node.GetAttribute("RegionFKID"), "");
-                  },
-              .statement =
-                  [](Item& item) {
-                    return "SELECT * FROM PayMethods2RegionsExcl WHERE PayMethodFKID=" + Decimal(item.value("pay")) +
-                           " AND RegionFKID='" + item.value("region").text() + "'";
-                  },
-              .create = importers::AddWith({{"PayMethodFKID", "pay"}, {"RegionFKID", "region"}}),
-              .field_rules = {{"PayMethodFKID", Computed("pay")}, {"RegionFKID", Computed("region")}}});
+  RunTableImport(*this, RegionExclusion("PayMethods2RegionsExcl", "PayMethodFKID", "PayMethods"));
 }
 
-// Intended: the region text is not passed through SqlQuote.
 void Manager::ImportRegions2ShipZones() {
-  RunTableImport(*this,
-                 {.section = "Regions2ShipZones",
-                  .skipped = {"PKID"},
-                  .on_error = ErrorRegime::EndAtFirstError(),
-                  .prepare =
-                      [](Item& item) {
-                        item.set("zone") = LenientNewKey(item.manager, "ShipMethodZones",
-                                                         NzLong(item.node.GetAttribute("ShipZoneFKID"), 0));
-                        item.set("region") = NzText(item.node.GetAttribute("RegionFKID"), "");
-                      },
-                  .statement =
-                      [](Item& item) {
-                        return "SELECT * FROM Regions2ShipZones WHERE ShipZoneFKID=" + Decimal(item.value("zone")) +
-                               " AND RegionFKID='" + item.value("region").text() + "'";
-                      },
-                  .create = importers::AddWith({{"ShipZoneFKID", "zone"}, {"RegionFKID", "region"}}),
-                  .field_rules = {{"ShipZoneFKID", Computed("zone")}, {"RegionFKID", Computed("region")}}});
+  RunTableImport(*this, RegionExclusion("Regions2ShipZones", "ShipZoneFKID", "ShipMethodZones"));
 }
 
 }  // namespace cvimp::plugin

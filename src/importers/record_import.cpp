@@ -138,14 +138,33 @@ std::int32_t LenientNewKey(const plugin::Manager& manager, std::string_view sect
   return catalog::NzLong(item.GetAttribute("NewPKID"), 0);
 }
 
+namespace {
+// The item's NewPKID as a whole number without a default: no item, and a missing or empty NewPKID, are errors.
+std::int32_t StrictKey(const catalog::Node& item) { return TextToLong(NewPkidText(item), "NewPKID"); }
+}  // namespace
+
 std::int32_t StrictNewKey(const plugin::Manager& manager, std::string_view section, std::int32_t old_key) {
-  const catalog::Node item = plugin::Use(manager.catalog_document()).ItemByText(section, std::to_string(old_key));
-  return TextToLong(NewPkidText(item), "NewPKID");
+  return StrictKey(plugin::Use(manager.catalog_document()).ItemByText(section, std::to_string(old_key)));
 }
 
 std::int32_t StrictNumberNewKey(const plugin::Manager& manager, std::string_view section, std::int32_t old_key) {
-  const catalog::Node item = plugin::Use(manager.catalog_document()).ItemByNumber(section, old_key);
-  return TextToLong(NewPkidText(item), "NewPKID");
+  return StrictKey(plugin::Use(manager.catalog_document()).ItemByNumber(section, old_key));
+}
+
+std::int32_t AnywhereNewKey(const plugin::Manager& manager, std::string_view section, const std::string& key) {
+  return StrictKey(plugin::Use(manager.catalog_document()).ItemAnywhere(section, key));
+}
+
+std::int32_t WholeNumberAttribute(const catalog::Node& item, std::string_view attribute) {
+  return TextToLong(catalog::NzText(item.GetAttribute(attribute), ""), attribute);
+}
+
+FieldRule Fixed(Value value) {
+  return [value](Item& item, std::string_view field) { item.recordset().SetValue(field, value); };
+}
+
+FieldRule Computed(std::string_view name) {
+  return [name](Item& item, std::string_view field) { item.recordset().SetValue(field, item.value(name)); };
 }
 
 std::int16_t ToInt16(std::int32_t n) {

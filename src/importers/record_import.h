@@ -10,6 +10,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <initializer_list>
 #include <map>
 #include <optional>
 #include <string>
@@ -17,6 +18,7 @@
 #include <vector>
 
 #include "catalog/document.h"
+#include "common/ascii_case.h"
 #include "common/error_regime.h"
 #include "plugin/manager.h"
 #include "recordset/recordset.h"
@@ -75,6 +77,13 @@ using StatementRule = std::function<std::string(Item&)>;
 // A create rule: an add without fields, then each field set to the named value the importer computed.
 CreateRule AddWith(std::vector<std::pair<std::string_view, std::string_view>> fields_and_values);
 
+// Field rules shared by the declarations: a fixed value; a value the importer computed before its lookup.
+FieldRule Fixed(Value value);
+FieldRule Computed(std::string_view name);
+
+// A computed whole number in decimal, as the lookup statements write numbers.
+inline std::string DecimalText(const Value& number) { return std::to_string(number.integer()); }
+
 // An importer. Every declaration names its error regime (there is no default).
 struct TableImport {
   std::string_view section{};               // catalogue section and table, e.g. "Currencies"
@@ -121,6 +130,10 @@ std::int32_t StrictNewKey(const plugin::Manager& manager, std::string_view secti
 // default.
 std::int32_t StrictNumberNewKey(const plugin::Manager& manager, std::string_view section, std::int32_t old_key);
 
+// "//<S>Item[@PKID='<k>']" (anywhere in the document, `key` as it stands); its NewPKID as a whole number
+// without a default.
+std::int32_t AnywhereNewKey(const plugin::Manager& manager, std::string_view section, const std::string& key);
+
 // A whole number narrowed to 16 bits; one that does not fit is an overflow.
 std::int16_t ToInt16(std::int32_t n);
 
@@ -144,6 +157,19 @@ void SetTreeParents(plugin::Manager& manager, const ErrorRegime& on_error, const
 // Keeps the statement as the Manager's last statement text and opens the working recordset on it (keyset
 // cursor, optimistic locking, the host's connection).
 void OpenLookup(plugin::Manager& manager, const std::string& sql);
+
+// Whether the field is the one named, or one of those named (field names compare without regard to case).
+inline bool IsField(const recordset::Column& field, std::string_view name) {
+  return EqualsIgnoringCase(field.name, name);
+}
+inline bool IsOneOf(const recordset::Column& field, std::initializer_list<std::string_view> names) {
+  for (std::string_view name : names)
+    if (IsField(field, name)) return true;
+  return false;
+}
+
+// The item's attribute as text (default empty) converted to a whole number: empty or not numeric is an error.
+std::int32_t WholeNumberAttribute(const catalog::Node& item, std::string_view attribute);
 
 // Whether the update mode lets a missing record be created (0 and 1), and an existing one be filled (0 and 2,
 // or any mode when the item created it).

@@ -101,9 +101,8 @@ void Manager::ImportKeywordRefs() {
                                rs.SetValue("Keyword", "temp");
                              },
                          .field_rules = {{"ElRef", [](Item& item, std::string_view field) {
-                                            const std::string text =
-                                                catalog::NzText(item.node.GetAttribute("ElRef"), "");
-                                            const std::int32_t product_key = TextToLong(text, "ElRef");
+                                            const std::int32_t product_key =
+                                                importers::WholeNumberAttribute(item.node, "ElRef");
                                             const catalog::Node product = item.manager.catalog_document()->ItemAnywhere(
                                                 "Products", std::to_string(product_key));
                                             item.recordset().SetValue(field, importers::NewPkidText(product));

@@ -5,7 +5,6 @@
 #include <string>
 
 #include "catalog/value_helpers.h"
-#include "common/ascii_case.h"
 #include "common/error.h"
 #include "common/error_regime.h"
 #include "importers/record_import.h"
@@ -17,6 +16,8 @@ using catalog::NzText;
 using catalog::RecordFound;
 using importers::CopyField;
 using importers::ForEachField;
+using importers::IsField;
+using importers::IsOneOf;
 using importers::ModeCreates;
 using importers::ModeUpdates;
 using importers::OpenLookup;
@@ -65,8 +66,8 @@ void Manager::ImportFolders() {
     if (RecordFound(working_recordset()) && ModeUpdates(update_mode(), is_new)) {
       on_error([&] { item.SetAttribute("NewPKID", WorkingRecordset(*this).GetValue("PKID")); });
       ForEachField(*this, on_error, [&](const recordset::Column& field) {
-        if (EqualsIgnoringCase(field.name, "PKID")) return;
-        if (EqualsIgnoringCase(field.name, "ParentFolderFKID"))
+        if (IsField(field, "PKID")) return;
+        if (IsField(field, "ParentFolderFKID"))
           on_error([&] { WorkingRecordset(*this).SetValue(field.name, std::int32_t{0}); });
         else
           on_error([&] { CopyField(*this, field, item); });
@@ -109,8 +110,7 @@ void Manager::ImportPages() {
     if (RecordFound(working_recordset()) && ModeUpdates(update_mode(), is_new)) {
       on_error([&] { item.SetAttribute("NewPKID", WorkingRecordset(*this).GetValue("PKID")); });
       ForEachField(*this, on_error, [&](const recordset::Column& field) {
-        for (const char* never : {"PKID", "PageIntro", "Depth"})
-          if (EqualsIgnoringCase(field.name, never)) return;
+        if (IsOneOf(field, {"PKID", "PageIntro", "Depth"})) return;
         on_error([&] { CopyField(*this, field, item); });
       });
       on_error([&] { WorkingRecordset(*this).Update(); });
@@ -145,18 +145,17 @@ void Manager::ImportPageData(std::int16_t element_type, std::int32_t old_key, st
   }
   if (!RecordFound(working_recordset()) || !ModeUpdates(update_mode(), is_new)) return;
 
-  auto is = [](const recordset::Column& field, const char* name) { return EqualsIgnoringCase(field.name, name); };
   ForEachField(*this, on_error, [&](const recordset::Column& field) {
     auto set = [&](const Value& value) { WorkingRecordset(*this).SetValue(field.name, value); };
-    if (is(field, "ElRef")) return;  // set on insert only
+    if (IsField(field, "ElRef")) return;  // set on insert only
     // The long texts, the meta data, the schedule and the back-reference switch are never taken from the
     // catalogue: a new record keeps the defaults, an existing one its own values.
-    for (const char* never : {"Comments", "Markup", "HeadMarkup", "MetaTags", "ScheduleFrom", "ScheduleTo",
-                              "FirstStagedDate", "LastStagedDate", "MetaKeywords", "IncludeBackRefs"})
-      if (is(field, never)) return;
-    if (is(field, "IntroSoundMRef")) {
+    if (IsOneOf(field, {"Comments", "Markup", "HeadMarkup", "MetaTags", "ScheduleFrom", "ScheduleTo", "FirstStagedDate",
+                        "LastStagedDate", "MetaKeywords", "IncludeBackRefs"}))
+      return;
+    if (IsField(field, "IntroSoundMRef")) {
       on_error([&] { set(TranslateKey(NzLong(item.GetAttribute("IntroSoundMRef"), 0), "Media")); });
-    } else if (is(field, "OutputFolderRef")) {
+    } else if (IsField(field, "OutputFolderRef")) {
       on_error([&] { set(std::int32_t{0}); });
       std::int32_t folder = 0;
       on_error([&] { folder = NzLong(item.GetAttribute("OutputFolderRef"), 0); });
@@ -166,7 +165,7 @@ void Manager::ImportPageData(std::int16_t element_type, std::int32_t old_key, st
           set(NzLong(Value(importers::NewPkidText(folder_item)), 0));
         });
       }
-    } else if (is(field, "ThumbMRef")) {
+    } else if (IsField(field, "ThumbMRef")) {
       on_error([&] {
         if (auto media_key = importers::MediaKeyText(*this, item, "ThumbMRef")) set(*media_key);
       });

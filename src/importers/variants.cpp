@@ -7,7 +7,6 @@
 #include <string>
 
 #include "catalog/value_helpers.h"
-#include "common/ascii_case.h"
 #include "common/error_regime.h"
 #include "common/numeric.h"
 #include "importers/record_import.h"
@@ -19,6 +18,7 @@ using catalog::NzText;
 using catalog::RecordFound;
 using importers::CopyField;
 using importers::ForEachField;
+using importers::IsField;
 using importers::ModeCreates;
 using importers::ModeUpdates;
 using importers::NewPkidText;
@@ -26,18 +26,6 @@ using importers::OpenLookup;
 using importers::ShowItemProgress;
 using importers::SqlQuote;
 using importers::WorkingRecordset;
-
-namespace {
-
-bool Is(const recordset::Column& field, const char* name) { return EqualsIgnoringCase(field.name, name); }
-
-// The NewPKID of the item "//<S>Item[@PKID='<key>']" converted to a whole number: a direct lookup, in which a
-// missing item and a missing NewPKID are both errors.
-std::int32_t DirectNewKey(const Manager& manager, std::string_view section, const std::string& key) {
-  return TextToLong(NewPkidText(Use(manager.catalog_document()).ItemAnywhere(section, key)), "NewPKID");
-}
-
-}  // namespace
 
 void Manager::ImportVariantTypes() {
   const auto on_error = ErrorRegime::SkipFailingStatements();
@@ -61,7 +49,7 @@ void Manager::ImportVariantTypes() {
     if (RecordFound(working_recordset()) && ModeUpdates(update_mode(), is_new)) {
       on_error([&] { item.SetAttribute("NewPKID", WorkingRecordset(*this).GetValue("PKID")); });
       ForEachField(*this, on_error, [&](const recordset::Column& field) {
-        if (!Is(field, "PKID")) on_error([&] { CopyField(*this, field, item); });
+        if (!IsField(field, "PKID")) on_error([&] { CopyField(*this, field, item); });
       });
       on_error([&] { WorkingRecordset(*this).Update(); });
     }
@@ -83,7 +71,9 @@ void Manager::ImportVariantValues() {
     on_error([&] { ShowItemProgress(*this, count, i, ""); });
     bool is_new = false;
     on_error([&] { value = NzText(item.GetAttribute("Value"), ""); });
-    on_error([&] { type_key = DirectNewKey(*this, "VariantTypes", NzText(item.GetAttribute("VariantFKID"), "")); });
+    on_error([&] {
+      type_key = importers::AnywhereNewKey(*this, "VariantTypes", NzText(item.GetAttribute("VariantFKID"), ""));
+    });
     on_error([&] { sql = "SELECT * FROM VariantValues WHERE Value='" + SqlQuote(*this, value) + "'"; });
     on_error([&] { sql += " AND VariantFKID=" + std::to_string(type_key); });
     on_error([&] { OpenLookup(*this, sql); });
@@ -97,8 +87,8 @@ void Manager::ImportVariantValues() {
     if (RecordFound(working_recordset()) && ModeUpdates(update_mode(), is_new)) {
       on_error([&] { item.SetAttribute("NewPKID", WorkingRecordset(*this).GetValue("PKID")); });
       ForEachField(*this, on_error, [&](const recordset::Column& field) {
-        if (Is(field, "PKID")) return;
-        if (Is(field, "VariantFKID"))
+        if (IsField(field, "PKID")) return;
+        if (IsField(field, "VariantFKID"))
           on_error([&] { WorkingRecordset(*this).SetValue(field.name, type_key); });
         else
           on_error([&] { CopyField(*this, field, item); });
@@ -123,7 +113,7 @@ void Manager::ImportVariantsSimple() {
     on_error([&] { ShowItemProgress(*this, count, i, ""); });
     bool is_new = false;
     on_error([&] { product_key = NzLong(item.GetAttribute("ProductFKID"), 0); });
-    on_error([&] { product_key = DirectNewKey(*this, "Products", std::to_string(product_key)); });
+    on_error([&] { product_key = importers::AnywhereNewKey(*this, "Products", std::to_string(product_key)); });
     on_error([&] { type_key = TranslateKey(NzLong(item.GetAttribute("VariantTypeFKID"), 0), "VariantTypes"); });
     on_error([&] { value_key = TranslateKey(NzLong(item.GetAttribute("VariantValueFKID"), 0), "VariantValues"); });
     on_error([&] {
@@ -139,12 +129,12 @@ void Manager::ImportVariantsSimple() {
     }
     if (RecordFound(working_recordset()) && ModeUpdates(update_mode(), is_new)) {
       ForEachField(*this, on_error, [&](const recordset::Column& field) {
-        if (Is(field, "PKID")) return;
-        if (Is(field, "ProductFKID"))
+        if (IsField(field, "PKID")) return;
+        if (IsField(field, "ProductFKID"))
           on_error([&] { WorkingRecordset(*this).SetValue(field.name, product_key); });
-        else if (Is(field, "VariantTypeFKID"))
+        else if (IsField(field, "VariantTypeFKID"))
           on_error([&] { WorkingRecordset(*this).SetValue(field.name, type_key); });
-        else if (Is(field, "VariantValueFKID"))
+        else if (IsField(field, "VariantValueFKID"))
           on_error([&] { WorkingRecordset(*this).SetValue(field.name, value_key); });
         else
           on_error([&] { CopyField(*this, field, item); });
@@ -186,22 +176,22 @@ void Manager::ImportVariantsComplex() {
       // A whole number as the attribute stands: a missing or non-numeric attribute is an error.
       auto whole_number = [&](const char* attribute) { return TextToLong(item.AttributeText(attribute), attribute); };
       ForEachField(*this, on_error, [&](const recordset::Column& field) {
-        if (Is(field, "PKID")) return;
-        if (Is(field, "DeliveryTimeFKID")) {
+        if (IsField(field, "PKID")) return;
+        if (IsField(field, "DeliveryTimeFKID")) {
           on_error([&] {
-            const std::int32_t key = TextToLong(NzText(item.GetAttribute("DeliveryTimeFKID"), ""), "DeliveryTimeFKID");
+            const std::int32_t key = importers::WholeNumberAttribute(item, "DeliveryTimeFKID");
             set(field, TranslateKey(key, "DeliveryTimes"));
           });
-        } else if (Is(field, "ProductFKID")) {
-          on_error([&] { product = TextToLong(NzText(item.GetAttribute("ProductFKID"), ""), "ProductFKID"); });
+        } else if (IsField(field, "ProductFKID")) {
+          on_error([&] { product = importers::WholeNumberAttribute(item, "ProductFKID"); });
           on_error([&] {
             set(field, NewPkidText(Use(catalog_document()).ItemAnywhere("Products", std::to_string(product))));
           });
-        } else if (Is(field, "ThumbMRef")) {
+        } else if (IsField(field, "ThumbMRef")) {
           on_error([&] { set(field, TranslateKey(whole_number("ThumbMRef"), "Media")); });
-        } else if (Is(field, "PictureMRef")) {
+        } else if (IsField(field, "PictureMRef")) {
           on_error([&] { set(field, TranslateKey(whole_number("PictureMRef"), "Media")); });
-        } else if (Is(field, "VarString")) {
+        } else if (IsField(field, "VarString")) {
           on_error([&] { set(field, var_string); });
         } else {
           on_error([&] { CopyField(*this, field, item); });
