@@ -179,7 +179,7 @@ class FakeRecordset : public recordset::Recordset {
     return eof_;
   }
 
-  void Open(std::string_view, std::shared_ptr<recordset::Connection>, recordset::CursorType, recordset::LockType,
+  void Open(std::string_view, std::shared_ptr<recordset::ActiveConnection>, recordset::CursorType, recordset::LockType,
             int) override {}
   void Close() override {}
   void MoveNext() override {}

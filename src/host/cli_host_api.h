@@ -25,7 +25,7 @@ class CliHostApi : public plugin::HostApi {
   std::shared_ptr<plugin::HostServices> Services() override { return parts_.services; }
   std::string ProjectPath() override { return parts_.project_path; }
   std::shared_ptr<plugin::HostTools> Tools() override { return parts_.tools; }
-  std::shared_ptr<recordset::Connection> Connection() override { return parts_.connection; }
+  std::shared_ptr<recordset::ActiveConnection> Connection() override { return parts_.connection; }
   std::shared_ptr<plugin::FolderService> GetFolderService() override { return parts_.folder_service; }
 
   // The parts, to be changed while the plug-in holds the object: the command opens the shop database only

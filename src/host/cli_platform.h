@@ -31,6 +31,7 @@ class CliPlatform : public plugin::Platform {
 
   std::shared_ptr<plugin::TextCatalog> NewTextCatalog() override;
   std::shared_ptr<plugin::HostTools> NewHostTools() override;
+  std::unique_ptr<recordset::Recordset> NewRecordset() override { return recordset::NewRecordset(); }
   std::unique_ptr<settings::SettingsView> NewSettingsView() override;
   // There is no message loop to yield to.
   void YieldToMessageLoop() override {}

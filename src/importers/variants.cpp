@@ -226,7 +226,7 @@ std::string Manager::fEditVarstring(const std::string& VarStr) {
   }
 
   std::unique_ptr<recordset::Recordset> values;
-  on_error([&] { values = recordset::NewRecordset(); });
+  on_error([&] { values = platform().NewRecordset(); });
   on_error([&] {
     values->Open("SELECT PKID FROM VariantValues WHERE PKID IN(" + keys + ") ORDER BY VariantFKID",
                  Use(host_api()).Connection(), recordset::CursorType::kForwardOnly, recordset::LockType::kReadOnly, -1);

@@ -74,7 +74,8 @@ class HostApi {
   virtual std::shared_ptr<HostServices> Services() = 0;
   virtual std::string ProjectPath() = 0;
   virtual std::shared_ptr<HostTools> Tools() = 0;
-  virtual std::shared_ptr<recordset::Connection> Connection() = 0;
+  // What the plug-in opens its record sets on (Platform::NewRecordset).
+  virtual std::shared_ptr<recordset::ActiveConnection> Connection() = 0;
   virtual std::shared_ptr<FolderService> GetFolderService() = 0;
 };
 

@@ -111,6 +111,6 @@ std::string Manager::BuildPageDescriptor() {
   return pages;
 }
 
-void Manager::RenewWorkingRecordset() { working_ = recordset::NewRecordset(); }
+void Manager::RenewWorkingRecordset() { working_ = platform().NewRecordset(); }
 
 }  // namespace cvimp::plugin

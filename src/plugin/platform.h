@@ -7,6 +7,7 @@
 #include <string>
 
 #include "plugin/host_contract.h"
+#include "recordset/recordset.h"
 #include "settings/settings_view.h"
 
 namespace cvimp::plugin {
@@ -18,6 +19,8 @@ class Platform {
   virtual std::shared_ptr<TextCatalog> NewTextCatalog() = 0;
   // A new instance of the host library's tools class.
   virtual std::shared_ptr<HostTools> NewHostTools() = 0;
+  // A new, closed record set of the platform's record-set layer, to be opened on HostApi::Connection().
+  virtual std::unique_ptr<recordset::Recordset> NewRecordset() = 0;
   // The native part of the settings form: container handles and the file-open dialog.
   virtual std::unique_ptr<settings::SettingsView> NewSettingsView() = 0;
   // Lets the host process its pending window messages once.

@@ -45,7 +45,7 @@ struct Record {
 
 class KeysetRecordset final : public Recordset {
  public:
-  void Open(std::string_view sql, std::shared_ptr<Connection> connection, CursorType cursor, LockType lock,
+  void Open(std::string_view sql, std::shared_ptr<ActiveConnection> active, CursorType cursor, LockType lock,
             int options) override;
   bool IsOpen() const override { return open_; }
   void Close() override;
@@ -119,11 +119,16 @@ std::optional<std::int64_t> KeysetRecordset::KeyOf(const Record& record) const {
   return record.values[*pkid_index_].integer();
 }
 
-void KeysetRecordset::Open(std::string_view sql, std::shared_ptr<Connection> connection, CursorType, LockType lock,
-                           int) {
+void KeysetRecordset::Open(std::string_view sql, std::shared_ptr<ActiveConnection> active, CursorType,
+                           LockType lock, int) {
   auto context = [&] { return "Open " + std::string(sql); };
   if (open_) Raise(ErrorCode::kOpen, kOpenMessage, context());
-  if (!connection) Raise(ErrorCode::kObjectRequired, "Object variable not set", context());
+  if (!active) Raise(ErrorCode::kObjectRequired, "Object variable not set", context());
+  std::shared_ptr<Connection> connection = std::dynamic_pointer_cast<Connection>(std::move(active));
+  if (!connection)
+    Raise(ErrorCode::kInvalidArgument,
+          "The connection cannot be used for this operation. It is either closed or invalid in this context.",
+          context());
   last_connection_ = connection;
   QueryResult result;
   try {

@@ -97,6 +97,13 @@ TEST_F(RecordsetTest, OpeningWithoutAConnectionFails) {
   EXPECT_FALSE(rs->IsOpen());
 }
 
+TEST_F(RecordsetTest, OpeningOnAConnectionOfAnotherKindFailsAndLeavesItClosed) {
+  struct OtherConnection : ActiveConnection {};
+  ErrorOf([&] { rs->Open("SELECT * FROM Keywords", std::make_shared<OtherConnection>()); },
+          ErrorCode::kInvalidArgument);
+  EXPECT_FALSE(rs->IsOpen());
+}
+
 TEST_F(RecordsetTest, OneRecordSetLivesThroughOpenAndCloseAnyNumberOfTimes) {
   db->Execute("INSERT INTO Keywords (Keyword) VALUES ('a'), ('b')");
   for (const char* key : {"a", "b", "a"}) {

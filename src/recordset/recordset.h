@@ -33,11 +33,18 @@ struct QueryResult {
   std::vector<std::vector<Value>> rows;
 };
 
-// A database connection: what a backend does. Every method raises cvimp::Error (kDatabase) when the
-// database refuses.
-class Connection {
+// What a record set is opened on: the host's database connection. Each kind of record set accepts the
+// connections of its own kind (this layer's record sets a Connection below; another record-set layer the
+// connection objects it understands) and refuses any other when it is opened.
+class ActiveConnection {
  public:
-  virtual ~Connection() = default;
+  virtual ~ActiveConnection() = default;
+};
+
+// A database connection of this layer: what a backend does. Every method raises cvimp::Error (kDatabase)
+// when the database refuses.
+class Connection : public ActiveConnection {
+ public:
 
   // Runs a select, after translating it from the host's dialect.
   virtual QueryResult Query(std::string_view sql) = 0;
@@ -66,8 +73,9 @@ class Recordset {
  public:
   virtual ~Recordset() = default;
 
-  // Raises kOpen when already open; a statement the database refuses raises and leaves it closed.
-  virtual void Open(std::string_view sql, std::shared_ptr<Connection> connection,
+  // Raises kOpen when already open, kObjectRequired without a connection, kInvalidArgument for a connection
+  // of another kind; a statement the database refuses raises and leaves it closed.
+  virtual void Open(std::string_view sql, std::shared_ptr<ActiveConnection> connection,
                     CursorType cursor = CursorType::kKeyset, LockType lock = LockType::kOptimistic,
                     int options = -1) = 0;
   virtual bool IsOpen() const = 0;

@@ -92,7 +92,13 @@ void frmVelXMLSettings::EnsureLoaded() {
   loaded_ = true;
   const auto on_error = ErrorRegime::SkipFailingStatements();
   on_error([&] { view_ = Use(platform_).NewSettingsView(); });
+  if (view_) on_error([&] { view_->Bind(*this); });
   FormLoad();
+}
+
+void frmVelXMLSettings::ShowControls() {
+  const auto on_error = ErrorRegime::SkipFailingStatements();
+  if (view_) on_error([&] { view_->ControlsChanged(); });
 }
 
 // The form's load step: the info texts from the host's text resources, the tools for the file check, and
@@ -105,6 +111,7 @@ void frmVelXMLSettings::FormLoad() {
   on_error([&] { lbl_import_(1).Caption = Use(text_catalog_).GetText("impvelxml.page.2.infotext"); });
   on_error([&] { host_tools_ = Use(platform_).NewHostTools(); });
   on_error([&] { page_change_cancelled_ = true; });
+  ShowControls();
 }
 
 SettingsView& frmVelXMLSettings::View() {
@@ -116,11 +123,15 @@ void frmVelXMLSettings::AttachHost(std::shared_ptr<plugin::HostApi> host) {
   const auto on_error = ErrorRegime::SkipFailingStatements();
   on_error([&] { host_api_ = std::move(host); });
   on_error([&] { LoadUserSettings(); });
+  ShowControls();
 }
 
 std::string frmVelXMLSettings::CVCatPath() { return txtBrowseFile().Text; }
 
-void frmVelXMLSettings::SetCVCatPath(const std::string& path) { txtBrowseFile().Text = path; }
+void frmVelXMLSettings::SetCVCatPath(const std::string& path) {
+  txtBrowseFile().Text = path;
+  ShowControls();
+}
 
 bool frmVelXMLSettings::FilePathSet() {
   const auto on_error = ErrorRegime::SkipFailingStatements();
@@ -191,6 +202,7 @@ void frmVelXMLSettings::BrowseFile() {
   std::string file_name = dialog.initial_file;
   on_error([&] { file_name = View().ShowOpenDialog(dialog); });
   on_error([&] { txtBrowseFile().Text = file_name; });
+  ShowControls();
 }
 
 PictureBox& frmVelXMLSettings::picMain() {

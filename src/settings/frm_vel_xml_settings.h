@@ -148,6 +148,8 @@ class frmVelXMLSettings {
   void EnsureLoaded();
   void FormLoad();
   void BrowseFile();
+  // Lets the view show the controls after the form changed them itself.
+  void ShowControls();
   SettingsView& View();
 
   std::shared_ptr<plugin::Platform> platform_;

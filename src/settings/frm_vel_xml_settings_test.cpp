@@ -163,6 +163,18 @@ TEST_F(FrmVelXMLSettingsTest, SavedPathSurvivesANewSession) {
   EXPECT_EQ(form.CVCatPath(), "/data/katalog.xml");
 }
 
+TEST_F(FrmVelXMLSettingsTest, TheViewIsBoundOnceAndShowsEveryChangeTheFormMakesItself) {
+  host.state->saved_settings["SETTINGS"] = "<property name=\"vel-xml-path\" value=\"/data/katalog.xml \"/>";
+  host.state->dialog_answer = "/neu.xml";
+  frmVelXMLSettings& form = Form();
+  form.AttachHost(host.api);  // loads the form (empty field), then fills the field from the settings
+  form.SaveUserSettings();     // trims the field
+  form.cmdBrowseFile().Click();
+  EXPECT_EQ(host.state->views_bound, 1);
+  EXPECT_EQ(host.state->paths_shown,
+            (std::vector<std::string>{"", "/data/katalog.xml ", "/data/katalog.xml", "/neu.xml"}));
+}
+
 TEST_F(FrmVelXMLSettingsTest, StoredSectionWithoutThePathEntryKeepsTheField) {
   host.state->saved_settings["SETTINGS"] = "<property name=\"other\" value=\"x\"/>";
   frmVelXMLSettings& form = FormWithPath("/kept.xml");

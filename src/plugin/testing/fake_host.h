@@ -11,6 +11,7 @@
 
 #include "plugin/host_contract.h"
 #include "plugin/platform.h"
+#include "settings/frm_vel_xml_settings.h"
 
 namespace cvimp::plugin::testing {
 
@@ -53,6 +54,8 @@ struct FakeHostState {
   std::int64_t pic_advanced = 5678;
   std::vector<settings::FileDialogRequest> dialogs;
   std::string dialog_answer;  // empty: the user cancels
+  int views_bound = 0;
+  std::vector<std::string> paths_shown;  // the path field each time the form told its view to show anew
 
   // Status lines only (ShowProgress with maximum 0), in order.
   std::vector<std::string> StatusTexts() const {
@@ -170,7 +173,7 @@ class FakeHostApi : public HostApi {
   }
   std::string ProjectPath() override { return project_path; }
   std::shared_ptr<HostTools> Tools() override { return has_tools ? std::make_shared<FakeTools>(s_) : nullptr; }
-  std::shared_ptr<recordset::Connection> Connection() override { return connection; }
+  std::shared_ptr<recordset::ActiveConnection> Connection() override { return connection; }
   std::shared_ptr<FolderService> GetFolderService() override {
     return folder_service ? folder_service : std::make_shared<FakeFolderService>(s_);
   }
@@ -196,9 +199,15 @@ class FakeView : public settings::SettingsView {
     s_->dialogs.push_back(request);
     return s_->dialog_answer.empty() ? request.initial_file : s_->dialog_answer;
   }
+  void Bind(settings::frmVelXMLSettings& form) override {
+    form_ = &form;
+    ++s_->views_bound;
+  }
+  void ControlsChanged() override { s_->paths_shown.push_back(form_ ? form_->txtBrowseFile().Text : "(unbound)"); }
 
  private:
   std::shared_ptr<FakeHostState> s_;
+  settings::frmVelXMLSettings* form_ = nullptr;
 };
 
 class FakePlatform : public Platform {
@@ -206,6 +215,7 @@ class FakePlatform : public Platform {
   explicit FakePlatform(std::shared_ptr<FakeHostState> s) : s_(std::move(s)) {}
   std::shared_ptr<TextCatalog> NewTextCatalog() override { return std::make_shared<FakeTextCatalog>(s_); }
   std::shared_ptr<HostTools> NewHostTools() override { return has_tools ? std::make_shared<FakeTools>(s_) : nullptr; }
+  std::unique_ptr<recordset::Recordset> NewRecordset() override { return recordset::NewRecordset(); }
   std::unique_ptr<settings::SettingsView> NewSettingsView() override { return std::make_unique<FakeView>(s_); }
   void YieldToMessageLoop() override { ++s_->yields; }
   // Records the copy; it succeeds when the source is one of the existing files and the target is not (or
