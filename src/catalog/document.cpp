@@ -19,6 +19,7 @@
 #include "catalog/item_index.h"
 #include "catalog/xml_conformance.h"
 #include "common/error.h"
+#include "common/file_open.h"
 
 namespace cvimp::catalog {
 namespace {
@@ -125,16 +126,16 @@ std::string ParserReason(pugi::xml_parse_status status) {
 
 // A file opened for reading, closed at the end of its scope; the status says why it could not be opened,
 // in pugixml's terms.
-class OpenFile {
+class ReadHandle {
  public:
-  explicit OpenFile(const std::string& path) : file_(std::fopen(path.c_str(), "rb")) {
+  explicit ReadHandle(const std::string& path) : file_(cvimp::OpenFile(path, "rb")) {
     if (!file_) status_ = errno == ENOENT || errno == ENOTDIR ? pugi::status_file_not_found : pugi::status_io_error;
   }
-  ~OpenFile() {
+  ~ReadHandle() {
     if (file_) std::fclose(file_);
   }
-  OpenFile(const OpenFile&) = delete;
-  OpenFile& operator=(const OpenFile&) = delete;
+  ReadHandle(const ReadHandle&) = delete;
+  ReadHandle& operator=(const ReadHandle&) = delete;
 
   std::FILE* get() const { return file_; }
   pugi::xml_parse_status status() const { return status_; }
@@ -153,7 +154,7 @@ struct FileStamp {
   bool operator==(const FileStamp&) const = default;
 };
 
-std::optional<FileStamp> StampOf(const std::string& path) {
+std::optional<FileStamp> StampOf(const std::filesystem::path& path) {
   std::error_code error;
   FileStamp stamp;
   stamp.size = std::filesystem::file_size(path, error);
@@ -450,11 +451,12 @@ Document::~Document() = default;
 bool Document::Load(const std::string& path) {
   index_.reset();
   doc_.reset();
-  const OpenFile file(path);
+  const ReadHandle file(path);
   if (file.status() != pugi::status_ok) return Finish(LoadError{ParserReason(file.status()), 0, 0});
+  const std::filesystem::path file_path = PathFromUtf8(path);
   std::error_code error;
-  const bool regular = std::filesystem::is_regular_file(path, error);
-  const std::optional<FileStamp> before = regular ? StampOf(path) : std::nullopt;
+  const bool regular = std::filesystem::is_regular_file(file_path, error);
+  const std::optional<FileStamp> before = regular ? StampOf(file_path) : std::nullopt;
   if (regular && !before) return Finish(LoadError{ParserReason(pugi::status_io_error), 0, 0});
 
   XmlVerdict verdict;
@@ -491,7 +493,7 @@ bool Document::Load(const std::string& path) {
       Finish(LoadError{ParserReason(pugi::status_internal_error), 0, 0});
       std::rethrow_exception(check_failure);
     }
-    if (StampOf(path) != before) {
+    if (StampOf(file_path) != before) {
       return Finish(LoadError{"the file was changed while it was being loaded", 0, 0});
     }
   } else {

@@ -107,10 +107,10 @@ class Document {
   Document(const Document&) = delete;
   Document& operator=(const Document&) = delete;
 
-  // Loads a file synchronously, replacing the content. False when the file cannot be read or is not XML as
-  // a conforming parser judges it (xml_conformance.h: an external DTD or entity is never read, and what
-  // would need one is refused); the document is then empty and load_error() says why. The encoding follows
-  // the byte order mark and the XML declaration (UTF-8, UTF-16, ISO-8859-1, US-ASCII).
+  // Loads a file (its path in UTF-8) synchronously, replacing the content. False when the file cannot be
+  // read or is not XML as a conforming parser judges it (xml_conformance.h: an external DTD or entity is
+  // never read, and what would need one is refused); the document is then empty and load_error() says why.
+  // The encoding follows the byte order mark and the XML declaration (UTF-8, UTF-16, ISO-8859-1, US-ASCII).
   bool Load(const std::string& path);
   // Parses a text, which is UTF-8 whatever its declaration says, replacing the content; same result rules
   // as Load.

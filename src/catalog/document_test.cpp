@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "common/error.h"
+#include "common/file_open.h"
 #include "common/testing/raised_code.h"
 
 namespace cvimp::catalog {
@@ -30,12 +31,12 @@ std::vector<std::string> AttributeTexts(const NodeList& nodes, const std::string
 class TempFile {
  public:
   TempFile(const std::string& name, const std::string& bytes)
-      : path_(std::filesystem::path(::testing::TempDir()) / ("document_test_" + name)) {
+      : path_(std::filesystem::temp_directory_path() / PathFromUtf8("document_test_" + name)) {
     std::ofstream out(path_, std::ios::binary);
     out << bytes;
   }
   ~TempFile() { std::filesystem::remove(path_); }
-  std::string path() const { return path_.string(); }
+  std::string path() const { return Utf8FromPath(path_); }
 
  private:
   std::filesystem::path path_;
@@ -87,6 +88,17 @@ TEST(DocumentLoad, LoadReadsFile) {
   Document doc;
   ASSERT_TRUE(doc.Load(file.path()));
   EXPECT_EQ(doc.SelectNodes("CalvoraCatalog/Currencies/CurrenciesItem").size(), 1u);
+}
+
+TEST(DocumentLoad, LoadReadsAFileNamedOutsideAscii) {
+  // "Katalog-ä€.xml": the path is UTF-8, whatever the system's own narrow encoding is.
+  TempFile file("Katalog-\xC3\xA4\xE2\x82\xAC.xml",
+                "<CalvoraCatalog><Currencies><CurrenciesItem PKID=\"7\"/></Currencies></CalvoraCatalog>");
+  Document doc;
+  ASSERT_TRUE(doc.Load(file.path())) << doc.load_error().reason;
+  EXPECT_EQ(doc.SelectSingleNode("CalvoraCatalog/Currencies/CurrenciesItem").AttributeText("PKID"), "7");
+  EXPECT_FALSE(doc.Load(file.path() + ".fehlt"));
+  EXPECT_EQ(doc.load_error().reason, "File was not found");
 }
 
 TEST(DocumentLoad, LoadReplacesPreviousContent) {

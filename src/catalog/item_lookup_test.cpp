@@ -17,6 +17,7 @@
 #include "catalog/document.h"
 #include "catalog/item_paths.h"
 #include "common/error.h"
+#include "common/file_open.h"
 #include "common/testing/raised_code.h"
 
 namespace cvimp::catalog {
@@ -729,7 +730,7 @@ TEST_F(ItemLookup, LoadXmlAgainFindsTheNewDocumentsItems) {
 }
 
 TEST_F(ItemLookup, LoadAgainFindsTheNewDocumentsItems) {
-  const std::filesystem::path path = std::filesystem::path(::testing::TempDir()) / "item_lookup_test_reload.xml";
+  const std::filesystem::path path = std::filesystem::temp_directory_path() / "item_lookup_test_reload.xml";
   {
     std::ofstream out(path, std::ios::binary);
     out << Catalog("<Products>" + Item("Products", "fromfile", "1") + "</Products>");
@@ -737,7 +738,7 @@ TEST_F(ItemLookup, LoadAgainFindsTheNewDocumentsItems) {
   ASSERT_NO_FATAL_FAILURE(Load(Catalog("<Products>" + Item("Products", "fromtext", "1") + "</Products>")));
   ASSERT_EQ(Id(doc.ItemByNumber("Products", 1)), "fromtext");
   ASSERT_EQ(Id(doc.ItemAnywhere("Products", "1")), "fromtext");
-  ASSERT_TRUE(doc.Load(path.string())) << doc.load_error().reason;
+  ASSERT_TRUE(doc.Load(Utf8FromPath(path))) << doc.load_error().reason;
   EXPECT_EQ(Id(doc.ItemByNumber("Products", 1)), "fromfile");
   EXPECT_EQ(Id(doc.ItemByText("Products", "1")), "fromfile");
   EXPECT_EQ(Id(doc.ItemAnywhere("Products", "1")), "fromfile");

@@ -13,6 +13,7 @@
 
 #include "catalog/encoded_text.h"
 #include "common/ascii_case.h"
+#include "common/file_open.h"
 
 namespace cvimp::catalog {
 
@@ -23,7 +24,7 @@ bool XmlMemorySource::Read(char* into, std::size_t capacity, std::size_t& got) {
   return true;
 }
 
-XmlFileSource::XmlFileSource(const std::string& path) : file_(std::fopen(path.c_str(), "rb")) {}
+XmlFileSource::XmlFileSource(const std::string& path) : file_(OpenFile(path, "rb")) {}
 
 XmlFileSource::~XmlFileSource() {
   if (file_) std::fclose(file_);

@@ -37,7 +37,7 @@ class XmlMemorySource : public XmlByteSource {
 };
 
 // A file, read front to back through a handle of its own, so that another reader of the same file is not
-// disturbed. ok() is false when it could not be opened.
+// disturbed; the path is UTF-8. ok() is false when it could not be opened.
 class XmlFileSource : public XmlByteSource {
  public:
   explicit XmlFileSource(const std::string& path);

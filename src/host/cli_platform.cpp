@@ -4,6 +4,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "common/file_open.h"
 #include "host/host_tools.h"
 
 namespace cvimp::host {
@@ -22,11 +23,11 @@ bool CliPlatform::CopyFile(const std::string& existing, const std::string& targe
   namespace fs = std::filesystem;
   const std::string from = PosixPath(existing), to = PosixPath(target);
   std::error_code ec;
-  if (from.empty() || to.empty() || !fs::is_regular_file(from, ec)) return false;
-  std::FILE* in = std::fopen(from.c_str(), "rb");
+  if (from.empty() || to.empty() || !fs::is_regular_file(PathFromUtf8(from), ec)) return false;
+  std::FILE* in = OpenFile(from, "rb");
   if (!in) return false;
-  // "x": the target is created only if it does not exist yet, in one step.
-  std::FILE* out = std::fopen(to.c_str(), fail_if_exists ? "wbx" : "wb");
+  // The target is created only if it does not exist yet, in one step.
+  std::FILE* out = fail_if_exists ? CreateNewFile(to) : OpenFile(to, "wb");
   if (!out) {
     std::fclose(in);
     return false;
@@ -38,7 +39,7 @@ bool CliPlatform::CopyFile(const std::string& existing, const std::string& targe
   ok = ok && !std::ferror(in);
   ok = (std::fclose(out) == 0) && ok;
   std::fclose(in);
-  if (!ok) fs::remove(to, ec);
+  if (!ok) fs::remove(PathFromUtf8(to), ec);
   return ok;
 }
 

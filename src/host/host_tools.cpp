@@ -4,6 +4,7 @@
 #include <system_error>
 
 #include "common/error.h"
+#include "common/file_open.h"
 
 namespace cvimp::host {
 
@@ -29,23 +30,23 @@ std::string CliStringTools::SqlQuote(const std::string& text) {
 bool CliFileSystem::FileExists(const std::string& path) {
   if (path.empty()) return false;
   std::error_code ec;
-  return fs::is_regular_file(PosixPath(path), ec);
+  return fs::is_regular_file(PathFromUtf8(PosixPath(path)), ec);
 }
 
 bool CliFileSystem::FolderExists(const std::string& path) {
   if (path.empty()) return false;
   std::error_code ec;
-  return fs::is_directory(PosixPath(path), ec);
+  return fs::is_directory(PathFromUtf8(PosixPath(path)), ec);
 }
 
 void CliFileSystem::CreateFolder(const std::string& path) {
   if (path.empty()) throw Error(ErrorCode::kInvalidArgument, "Cannot create a folder without a name");
-  const fs::path folder = PosixPath(path);
+  const fs::path folder = PathFromUtf8(PosixPath(path));
   std::error_code ec;
   fs::create_directories(folder, ec);
   if (ec || !fs::is_directory(folder))
     throw Error(ErrorCode::kInvalidArgument,
-                "Cannot create the folder " + folder.string() + (ec ? ": " + ec.message() : std::string()));
+                "Cannot create the folder " + Utf8FromPath(folder) + (ec ? ": " + ec.message() : std::string()));
 }
 
 std::shared_ptr<plugin::StringTools> CliHostTools::GetStringTools() { return std::make_shared<CliStringTools>(); }

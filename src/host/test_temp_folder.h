@@ -2,21 +2,16 @@
 // the end of the test.
 #pragma once
 
-#include <stdlib.h>
-
 #include <filesystem>
-#include <stdexcept>
-#include <string>
+#include <system_error>
+
+#include "common/testing/temp_paths.h"
 
 namespace cvimp::host::testing {
 
 class TempFolder {
  public:
-  TempFolder() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "cvimp-host-XXXXXX").string();
-    if (!::mkdtemp(pattern.data())) throw std::runtime_error("mkdtemp failed");
-    path_ = pattern;
-  }
+  TempFolder() : path_(cvimp::testing::NewTempFolder("host")) {}
   ~TempFolder() {
     std::error_code ec;
     std::filesystem::remove_all(path_, ec);

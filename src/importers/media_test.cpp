@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "common/file_open.h"
 #include "plugin/testing/import_fixture.h"
 #include "plugin/testing/run_status_texts.h"
 
@@ -47,8 +48,8 @@ class MediaImport : public ImportFixture {
   std::string MediumKey(const std::string& src) { return NewKey("//MediaItem[@Src='" + src + "']"); }
   std::string AssignmentKey(int pkid) { return NewKey("//Element2MediaItem[@PKID='" + std::to_string(pkid) + "']"); }
 
-  // The folder of the catalogue file, as the path field gives it.
-  std::string CatalogueFolder() const { return dir.string() + "/"; }
+  // The folder of the catalogue file, as the path field gives it (with the system's separator at the end).
+  std::string CatalogueFolder() const { return Utf8FromPath(dir / ""); }
   // The copy of `src` from the catalogue's media folder `folder` into the project's folder of that name.
   Copy CopyOf(const std::string& folder, const std::string& src) const {
     return {CatalogueFolder() + "Media\\" + folder + "\\" + src, kProject + "\\Media\\" + folder + "\\" + src, true};
@@ -347,7 +348,7 @@ TEST_F(MediaImport, TheCatalogueFolderEndsAtTheLastBackslashWhenItComesAfterTheL
                    "export\\katalog.xml");
   Import(path);
   ASSERT_FALSE(host.state->copies.empty());
-  EXPECT_EQ(host.state->copies.front().existing, dir.string() + "/export\\Media\\images\\a.jpg");
+  EXPECT_EQ(host.state->copies.front().existing, CatalogueFolder() + "export\\Media\\images\\a.jpg");
 }
 
 // The run loads the catalogue from the path as it stands and then saves the path without its blanks; the

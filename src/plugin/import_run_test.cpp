@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "common/file_open.h"
 #include "plugin/testing/import_fixture.h"
 #include "plugin/testing/run_status_texts.h"
 
@@ -102,7 +103,7 @@ TEST_F(ImportRun, AFileThatIsNotWellFormedShowsTheFailureTextAndRunsEveryStepWri
 }
 
 TEST_F(ImportRun, AMissingFileCountsAsAFailedLoad) {
-  Import((dir / "missing.xml").string());
+  Import(Utf8FromPath(dir / "missing.xml"));
   EXPECT_EQ(host.state->StatusTexts(), WithLoadFailure());
 }
 
@@ -150,7 +151,8 @@ TEST_F(ImportRun, SavesTheTrimmedPathYieldsOnceAndLoadsTheTextCatalogWithoutClos
   const std::string path = Catalog("<Unknown/>");
   const int closed_before = host.state->text_catalogs_closed;
   const auto sources_before = host.state->loaded_sources.size();
-  Import(path + "  ");  // loaded as it stands: a file name with trailing blanks does not exist
+  // Loaded as it stands: no file name begins with blanks (Windows would drop trailing ones, not leading ones).
+  Import("  " + path);
   EXPECT_EQ(host.state->StatusTexts(), WithLoadFailure());
   EXPECT_EQ(host.state->saved_settings["SETTINGS"], "<property name=\"vel-xml-path\" value=\"" + path + "\"/>");
   EXPECT_EQ(Form().CVCatPath(), path);

@@ -7,6 +7,7 @@
 
 #include "common/ascii_case.h"
 #include "common/error.h"
+#include "common/file_open.h"
 
 namespace cvimp::recordset {
 namespace {
@@ -78,10 +79,10 @@ bool SameIgnoringCaseAndBlanks(std::string_view a, std::string_view b) {
 
 void CreateShopDatabase(const std::string& path) {
   const std::string failure = "Cannot create the shop database " + path + ": ";
-  // "x": create the file exclusively, so that nothing that is already there is ever overwritten.
-  std::FILE* file = std::fopen(path.c_str(), "wbx");
+  // Created exclusively, so that nothing that is already there is ever overwritten.
+  std::FILE* file = CreateNewFile(path);
   if (!file) {
-    std::FILE* existing = std::fopen(path.c_str(), "rb");
+    std::FILE* existing = OpenFile(path, "rb");
     if (existing) std::fclose(existing);
     throw Error(ErrorCode::kDatabase, failure + (existing ? "the file already exists" : "the file cannot be created"));
   }
@@ -92,7 +93,7 @@ void CreateShopDatabase(const std::string& path) {
     db->Execute(ShopSchemaSql());
     db->Commit();
   } catch (const Error& e) {
-    std::remove(path.c_str());
+    RemoveFile(path);
     throw Error(ErrorCode::kDatabase, failure + e.what());
   }
 }

@@ -23,7 +23,7 @@ struct ColumnDeclaration {
 using TableDeclarations = std::vector<std::pair<std::string, std::vector<ColumnDeclaration>>>;
 
 std::string ReadFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
+  std::ifstream in(PathFromUtf8(path), std::ios::binary);
   std::stringstream text;
   text << in.rdbuf();
   return text.str();
@@ -100,7 +100,7 @@ TEST(ShopSchema, ACreatedDatabaseHasTheSchemasTablesColumnsOrderAndTypes) {
   QueryResult indexes = db->Query("SELECT name FROM sqlite_master WHERE type='index'");
   EXPECT_EQ(indexes.rows.size(), 39u);
   db.reset();
-  std::filesystem::remove(path);
+  std::filesystem::remove(PathFromUtf8(path));
 }
 
 TEST(ShopSchema, EveryDeclaredTypeIsOfTheVocabulary) {
@@ -112,25 +112,41 @@ TEST(ShopSchema, EveryDeclaredTypeIsOfTheVocabulary) {
 TEST(ShopSchema, CreatingNeverOverwritesAnExistingFile) {
   std::string path = TempPath("existing.db");
   {
-    std::ofstream out(path);
+    std::ofstream out(PathFromUtf8(path), std::ios::binary);
     out << "precious";
   }
   EXPECT_EQ(ErrorOf([&] { CreateShopDatabase(path); }, ErrorCode::kDatabase),
             "Cannot create the shop database " + path + ": the file already exists");
   EXPECT_EQ(ReadFile(path), "precious");
-  std::filesystem::remove(path);
+  std::filesystem::remove(PathFromUtf8(path));
 
   CreateShopDatabase(path);
   ErrorOf([&] { CreateShopDatabase(path); }, ErrorCode::kDatabase);
   EXPECT_TRUE(IsShopDatabase(path));
-  std::filesystem::remove(path);
+  std::filesystem::remove(PathFromUtf8(path));
+}
+
+TEST(ShopSchema, ADatabaseNamedOutsideAsciiIsCreatedUnderThatName) {
+  const std::string name = "Shop-\xC3\xA4\xE2\x82\xAC.db";  // "Shop-ä€.db"
+  std::string path = TempPath(name);
+  CreateShopDatabase(path);
+  EXPECT_TRUE(std::filesystem::is_regular_file(PathFromUtf8(path)));
+  bool listed = false;  // under the name given, not under its bytes read in another encoding
+  for (const auto& entry : std::filesystem::directory_iterator(PathFromUtf8(path).parent_path()))
+    listed = listed || Utf8FromPath(entry.path().filename()) == "cvimp_" + cvimp::testing::ProcessTag() + "_" + name;
+  EXPECT_TRUE(listed);
+  EXPECT_TRUE(IsShopDatabase(path));
+  EXPECT_EQ(ErrorOf([&] { CreateShopDatabase(path); }, ErrorCode::kDatabase),
+            "Cannot create the shop database " + path + ": the file already exists");
+  EXPECT_EQ(ShopDatabaseMismatch(*OpenShopDatabase(path)), "");
+  std::filesystem::remove(PathFromUtf8(path));
 }
 
 TEST(ShopSchema, CreatingInAFolderThatDoesNotExistFails) {
   std::string path = TempPath("no_such_folder") + "/shop.db";
   EXPECT_EQ(ErrorOf([&] { CreateShopDatabase(path); }, ErrorCode::kDatabase),
             "Cannot create the shop database " + path + ": the file cannot be created");
-  EXPECT_FALSE(std::filesystem::exists(path));
+  EXPECT_FALSE(std::filesystem::exists(PathFromUtf8(path)));
 }
 
 TEST(ShopSchema, ACreatedDatabaseIsAShopDatabase) {
@@ -141,13 +157,13 @@ TEST(ShopSchema, ACreatedDatabaseIsAShopDatabase) {
   EXPECT_EQ(ShopDatabaseMismatch(*db), "");
   EXPECT_FALSE(db->InTransaction());
   db.reset();
-  std::filesystem::remove(path);
+  std::filesystem::remove(PathFromUtf8(path));
 }
 
 TEST(ShopSchema, AMissingFileIsNoShopDatabaseAndIsNotCreated) {
   std::string path = TempPath("missing_shop.db");
   EXPECT_FALSE(IsShopDatabase(path));
-  EXPECT_FALSE(std::filesystem::exists(path));
+  EXPECT_FALSE(std::filesystem::exists(PathFromUtf8(path)));
   std::string message = ErrorOf([&] { OpenShopDatabase(path); }, ErrorCode::kDatabase);
   EXPECT_EQ(message.rfind("Cannot open the database " + path, 0), 0u) << message;
 }
@@ -155,12 +171,12 @@ TEST(ShopSchema, AMissingFileIsNoShopDatabaseAndIsNotCreated) {
 TEST(ShopSchema, AFileThatIsNoDatabaseIsNoShopDatabase) {
   std::string path = TempPath("text.db");
   {
-    std::ofstream out(path);
+    std::ofstream out(PathFromUtf8(path), std::ios::binary);
     out << "<CalvoraCatalog>this is a catalogue, not a database, and it is long enough</CalvoraCatalog>\n";
   }
   EXPECT_FALSE(IsShopDatabase(path));
   ErrorOf([&] { OpenShopDatabase(path); }, ErrorCode::kDatabase);
-  std::filesystem::remove(path);
+  std::filesystem::remove(PathFromUtf8(path));
 }
 
 TEST(ShopSchema, AnotherDatabaseIsNoShopDatabaseAndTheReasonIsNamed) {
@@ -169,12 +185,12 @@ TEST(ShopSchema, AnotherDatabaseIsNoShopDatabaseAndTheReasonIsNamed) {
   EXPECT_FALSE(IsShopDatabase(*db));
 
   std::string path = TempPath("other.db");
-  { std::ofstream touch(path); }
+  { std::ofstream touch(PathFromUtf8(path)); }
   SqliteConnection::Open(path)->Execute("CREATE TABLE Notes (Text TEXT)");
   EXPECT_FALSE(IsShopDatabase(path));
   EXPECT_EQ(ErrorOf([&] { OpenShopDatabase(path); }, ErrorCode::kDatabase),
             path + " is not a shop database: table Currencies is missing");
-  std::filesystem::remove(path);
+  std::filesystem::remove(PathFromUtf8(path));
 }
 
 TEST(ShopSchema, AMissingColumnOrAnotherTypeIsNamed) {

@@ -200,19 +200,19 @@ TEST(SqliteConnection, OpeningAMissingFileIsAnErrorAndCreatesNothing) {
   std::string path = TempPath("missing.db");
   std::string message = ErrorOf([&] { SqliteConnection::Open(path); }, ErrorCode::kDatabase);
   EXPECT_EQ(message.rfind("Cannot open the database " + path + ": ", 0), 0u) << message;
-  EXPECT_FALSE(std::filesystem::exists(path));
+  EXPECT_FALSE(std::filesystem::exists(PathFromUtf8(path)));
 }
 
 TEST(SqliteConnection, OpeningAFileThatIsNoDatabaseIsAnError) {
   std::string path = TempPath("not_a_db.txt");
   {
-    std::FILE* f = std::fopen(path.c_str(), "wb");
+    std::FILE* f = OpenFile(path, "wb");
     std::fputs("this is not a database, just some text that is long enough to fill a header\n", f);
     std::fclose(f);
   }
   EXPECT_EQ(ErrorOf([&] { SqliteConnection::Open(path); }, ErrorCode::kDatabase),
             "Cannot open the database " + path + ": file is not a database");
-  std::filesystem::remove(path);
+  std::filesystem::remove(PathFromUtf8(path));
 }
 
 TEST(SqliteConnection, ADatabaseFileKeepsWhatWasCommitted) {
@@ -230,7 +230,7 @@ TEST(SqliteConnection, ADatabaseFileKeepsWhatWasCommitted) {
   EXPECT_EQ(db->Query("SELECT Keyword FROM Keywords").rows, (std::vector<std::vector<Value>>{{Value("kept")}}));
   ErrorOf([&] { db->Execute("INSERT INTO Keywords (Keyword) VALUES ('x')"); }, ErrorCode::kDatabase);
   db.reset();
-  std::filesystem::remove(path);
+  std::filesystem::remove(PathFromUtf8(path));
 }
 
 }  // namespace

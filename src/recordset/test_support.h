@@ -3,7 +3,6 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <filesystem>
 #include <functional>
@@ -12,6 +11,8 @@
 #include <string>
 
 #include "common/error.h"
+#include "common/file_open.h"
+#include "common/testing/temp_paths.h"
 #include "common/value.h"
 #include "recordset/shop_schema.h"
 #include "recordset/sqlite_connection.h"
@@ -40,10 +41,10 @@ inline std::shared_ptr<SqliteConnection> NewShopDatabase() {
   return db;
 }
 
-// A path in the temporary folder that is this test process's own, with nothing there yet.
+// A path (UTF-8) in the temporary folder that is this test process's own, with nothing there yet.
 inline std::string TempPath(const std::string& name) {
-  std::string path = ::testing::TempDir() + "cvimp_" + std::to_string(::getpid()) + "_" + name;
-  std::filesystem::remove(path);
+  std::string path = cvimp::testing::ProcessTempPath(name);
+  std::filesystem::remove(PathFromUtf8(path));
   return path;
 }
 

@@ -11,6 +11,8 @@
 #include <vector>
 
 #include "catalog/value_helpers.h"
+#include "common/file_open.h"
+#include "common/testing/temp_paths.h"
 #include "plugin/manager.h"
 #include "plugin/testing/fake_host.h"
 #include "recordset/shop_schema.h"
@@ -65,8 +67,8 @@ class ImportFixture : public ::testing::Test {
     manager = std::make_unique<Manager>(host.platform);
     manager->Api(host.api);
     manager->Init("", "", "");
-    dir = std::filesystem::temp_directory_path() / ("cvimp-" + std::to_string(::getpid()) + "-" +
-                                                    ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    const std::string test = ::testing::UnitTest::GetInstance()->current_test_info()->name();
+    dir = PathFromUtf8(cvimp::testing::ProcessTempPath(test));
     std::filesystem::create_directories(dir);
   }
   void TearDown() override {
@@ -77,10 +79,11 @@ class ImportFixture : public ::testing::Test {
 
   // Writes the catalogue to a file and chooses it on the first page.
   std::string WriteCatalog(const std::string& body, const std::string& name = "catalog.xml") {
-    const auto path = dir / name;
-    std::ofstream(path) << body;
-    host.state->existing_files.push_back(path.string());
-    return path.string();
+    const auto path = dir / PathFromUtf8(name);
+    std::filesystem::create_directories(path.parent_path());  // on Windows, "export\katalog.xml" is in a subfolder
+    std::ofstream(path, std::ios::binary) << body;
+    host.state->existing_files.push_back(Utf8FromPath(path));
+    return Utf8FromPath(path);
   }
   // A catalogue file with the given sections under the root CalvoraCatalog.
   std::string Catalog(const std::string& sections) {
