@@ -13,6 +13,10 @@ view=/reg:64
 case "$wine" in */wine) view=/reg:32 ;; esac
 
 "$wine" reg add 'HKCU\Software\Wine\Drivers' /v Graphics /d null /f >/dev/null
+# The script host registers its own type library the first time it runs: run it once before the registry
+# is taken down, so that the comparison sees only what registration did.
+echo 'WScript.Echo "ready"' > "$WINEPREFIX/warm-up.vbs"
+"$wine" cscript //nologo "$(winepath -w "$WINEPREFIX/warm-up.vbs" 2>/dev/null || echo "$WINEPREFIX/warm-up.vbs")" >/dev/null 2>&1
 "$wine" reg export HKCR "$WINEPREFIX/before.reg" $view /y >/dev/null
 "$wine" regsvr32 /s "$dll"
 "$wine" reg query 'HKCR\CLSID\{56C1A27F-DC5A-40FC-ABE4-6C6593001922}\InprocServer32' $view
