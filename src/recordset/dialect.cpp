@@ -2,6 +2,7 @@
 
 #include <sqlite3.h>
 
+#include <array>
 #include <string>
 
 #include "common/error.h"
@@ -35,9 +36,67 @@ bool IsEmptyInList(std::string_view sql, const Token& token) {
   return close && close->text == ")";
 }
 
+// Character classes for the quick check below, as the tokenizer reads them (sql_tokens.cpp): name
+// characters (letters, digits, _, $ and every byte of a UTF-8 sequence), digits, ASCII letters, blanks.
+enum CharClass : unsigned char { kNameChar = 1, kDigitChar = 2, kLetterChar = 4, kBlankChar = 8 };
+
+constexpr std::array<unsigned char, 256> kCharClasses = [] {
+  std::array<unsigned char, 256> classes{};
+  for (int c = 0; c < 256; ++c) {
+    unsigned char bits = 0;
+    if (c >= '0' && c <= '9') bits |= kNameChar | kDigitChar;
+    if ((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z')) bits |= kNameChar | kLetterChar;
+    if (c == '_' || c == '$' || c >= 0x80) bits |= kNameChar;
+    if (c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f' || c == '\v') bits |= kBlankChar;
+    classes[static_cast<std::size_t>(c)] = bits;
+  }
+  return classes;
+}();
+
+unsigned char ClassOf(char c) { return kCharClasses[static_cast<unsigned char>(c)]; }
+
+// Whether the text surely translates to itself without an error, judged from its characters alone:
+//   - no letter directly after a digit in a run of name characters that starts with a digit, nor after a
+//     point that follows a digit (only there can a number end right before a word: a run that starts with a
+//     letter, "_" or "$" is one name or parameter, digits included, as in Products2Categories);
+//   - no comment;
+//   - no "(" with nothing but blanks up to a ")" (where an IN list could be empty).
+// Literals and quoted names that hold such characters only send the text through the full translation.
+bool TranslatesToItself(std::string_view sql) {
+  const std::size_t size = sql.size();
+  bool in_run = false;                // the character before was a name character
+  bool run_starts_with_digit = false;  // and the run of them began with a digit
+  for (std::size_t i = 0; i < size; ++i) {
+    const char c = sql[i];
+    const unsigned char kind = ClassOf(c);
+    if (kind & kNameChar) {
+      if (!in_run) run_starts_with_digit = (kind & kDigitChar) != 0;
+      in_run = true;
+    } else {
+      in_run = false;
+    }
+    if (c == '(') {
+      std::size_t j = i + 1;
+      while (j < size && (ClassOf(sql[j]) & kBlankChar)) ++j;
+      if (j < size && sql[j] == ')') return false;
+      continue;
+    }
+    if (i + 1 == size) break;
+    const char next = sql[i + 1];
+    if (ClassOf(next) & kLetterChar) {
+      if ((kind & kDigitChar) && run_starts_with_digit) return false;
+      if (c == '.' && i > 0 && (ClassOf(sql[i - 1]) & kDigitChar)) return false;
+    }
+    if ((c == '-' && next == '-') || (c == '/' && next == '*')) return false;
+  }
+  return true;
+}
+
 }  // namespace
 
 std::string TranslateDialect(std::string_view sql) {
+  // Most statements need no change: those are not cut into tokens.
+  if (TranslatesToItself(sql)) return std::string(sql);
   std::string out;
   out.reserve(sql.size() + 8);
   for (std::size_t pos = 0; pos < sql.size();) {

@@ -44,6 +44,19 @@ TEST(Dialect, AnEmptyInListIsRefused) {
             std::string("Syntax error: an empty list after IN in: ") + sql);
   ErrorOf([] { TranslateDialect("SELECT * FROM T WHERE A NOT IN ( )"); }, ErrorCode::kDatabase);
   ErrorOf([] { TranslateDialect("SELECT * FROM T WHERE A in\n(\n)"); }, ErrorCode::kDatabase);
+  // Every kind of blank, and comments, may stand between the brackets.
+  ErrorOf([] { TranslateDialect("SELECT * FROM T WHERE A IN( \t\r\n\f\v)"); }, ErrorCode::kDatabase);
+  ErrorOf([] { TranslateDialect("SELECT * FROM T WHERE A IN (/* none */)"); }, ErrorCode::kDatabase);
+  ErrorOf([] { TranslateDialect("SELECT * FROM T WHERE A IN (-- none\n)"); }, ErrorCode::kDatabase);
+  ErrorOf([] { TranslateDialect("SELECT * FROM T WHERE A IN /**/ ( ) AND B=1"); }, ErrorCode::kDatabase);
+}
+
+TEST(Dialect, ANumberEndingInAPointBeforeALetterIsCutThereToo) {
+  EXPECT_EQ(TranslateDialect("SELECT * FROM T WHERE A=12.B"), "SELECT * FROM T WHERE A=12. B");
+  EXPECT_EQ(TranslateDialect("SELECT * FROM T WHERE A=.5x"), "SELECT * FROM T WHERE A=.5 x");
+  EXPECT_EQ(TranslateDialect("SELECT T.A FROM T WHERE T.B=1"), "SELECT T.A FROM T WHERE T.B=1");
+  EXPECT_EQ(TranslateDialect("SELECT * FROM T WHERE A=(1) AND B IN ('')"),
+            "SELECT * FROM T WHERE A=(1) AND B IN ('')");
 }
 
 TEST(Dialect, InWithItemsOrAsPartOfANameIsFine) {

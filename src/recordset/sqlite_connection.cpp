@@ -72,7 +72,9 @@ FieldType FieldTypeOfValue(sqlite3_stmt* statement, int index) {
 
 std::shared_ptr<SqliteConnection> SqliteConnection::OpenWithFlags(const std::string& path, int flags) {
   sqlite3* db = nullptr;
-  int rc = sqlite3_open_v2(path.c_str(), &db, flags, nullptr);
+  // A connection is used by one thread at a time (the import runs on one), so SQLite need not lock its own
+  // mutex around every call on it.
+  int rc = sqlite3_open_v2(path.c_str(), &db, flags | SQLITE_OPEN_NOMUTEX, nullptr);
   if (rc != SQLITE_OK) {
     std::string message = db ? sqlite3_errmsg(db) : sqlite3_errstr(rc);
     sqlite3_close_v2(db);
@@ -256,24 +258,50 @@ QueryResult SqliteConnection::Query(std::string_view sql) {
   return result;
 }
 
+template <typename NameAt, typename Build>
+const std::string& SqliteConnection::GeneratedFor(TextKind kind, const std::string& table, std::size_t count,
+                                                  NameAt name, Build build) {
+  auto& by_table = generated_[static_cast<int>(kind)];
+  auto it = by_table.find(table);
+  if (it != by_table.end()) {
+    const std::vector<std::string>& names = it->second.names;
+    bool same = names.size() == count;
+    for (std::size_t i = 0; same && i < count; ++i) same = names[i] == name(i);
+    if (same) return it->second.text;
+  } else {
+    if (by_table.size() >= kCacheLimit) by_table.clear();
+    it = by_table.emplace(table, GeneratedText{}).first;
+  }
+  GeneratedText& entry = it->second;
+  entry.names.clear();
+  entry.names.reserve(count);
+  for (std::size_t i = 0; i < count; ++i) entry.names.emplace_back(name(i));
+  entry.text = build();
+  return entry.text;
+}
+
 std::vector<Value> SqliteConnection::Insert(const std::string& table, const std::vector<Column>& columns,
                                             const std::vector<std::pair<std::size_t, Value>>& values) {
-  std::string insert;
-  insert.reserve(64 + 24 * values.size());
-  insert += "INSERT INTO ";
-  AppendName(insert, table);
-  if (values.empty()) {
-    insert += " DEFAULT VALUES";
-  } else {
-    insert += " (";
-    for (std::size_t i = 0; i < values.size(); ++i) {
-      if (i) insert += ", ";
-      AppendName(insert, columns.at(values[i].first).name);
+  auto value_name = [&](std::size_t i) -> const std::string& { return columns.at(values[i].first).name; };
+  const std::string& insert = GeneratedFor(TextKind::kInsert, table, values.size(), value_name, [&] {
+    std::string text;
+    text.reserve(64 + 24 * values.size());
+    text += "INSERT INTO ";
+    AppendName(text, table);
+    if (values.empty()) {
+      text += " DEFAULT VALUES";
+    } else {
+      text += " (";
+      for (std::size_t i = 0; i < values.size(); ++i) {
+        if (i) text += ", ";
+        AppendName(text, value_name(i));
+      }
+      text += ") VALUES (?";
+      for (std::size_t i = 1; i < values.size(); ++i) text += ", ?";
+      text += ')';
     }
-    insert += ") VALUES (?";
-    for (std::size_t i = 1; i < values.size(); ++i) insert += ", ?";
-    insert += ')';
-  }
+    return text;
+  });
   sqlite3_stmt* statement = Cached(insert);
   {
     ResetOnExit reset(statement);
@@ -283,13 +311,17 @@ std::vector<Value> SqliteConnection::Insert(const std::string& table, const std:
   }
 
   // Read the row back as stored: the generated PKID and the defaults included.
-  std::string select;
-  select.reserve(64 + 16 * columns.size());
-  select += "SELECT ";
-  AppendColumnList(select, columns);
-  select += " FROM ";
-  AppendName(select, table);
-  select += " WHERE rowid = ?";
+  auto column_name = [&](std::size_t i) -> const std::string& { return columns[i].name; };
+  const std::string& select = GeneratedFor(TextKind::kReadBack, table, columns.size(), column_name, [&] {
+    std::string text;
+    text.reserve(64 + 16 * columns.size());
+    text += "SELECT ";
+    AppendColumnList(text, columns);
+    text += " FROM ";
+    AppendName(text, table);
+    text += " WHERE rowid = ?";
+    return text;
+  });
   sqlite3_stmt* read = Cached(select);
   ResetOnExit reset(read);
   sqlite3_bind_int64(read, 1, sqlite3_last_insert_rowid(db_));
@@ -305,17 +337,21 @@ std::vector<Value> SqliteConnection::Insert(const std::string& table, const std:
 void SqliteConnection::UpdateRow(const std::string& table, const std::vector<Column>& columns, std::int64_t pkid,
                                  const std::vector<std::pair<std::size_t, Value>>& values) {
   if (values.empty()) return;
-  std::string update;
-  update.reserve(64 + 24 * values.size());
-  update += "UPDATE ";
-  AppendName(update, table);
-  update += " SET ";
-  for (std::size_t i = 0; i < values.size(); ++i) {
-    if (i) update += ", ";
-    AppendName(update, columns.at(values[i].first).name);
-    update += " = ?";
-  }
-  update += " WHERE PKID = ?";
+  auto value_name = [&](std::size_t i) -> const std::string& { return columns.at(values[i].first).name; };
+  const std::string& update = GeneratedFor(TextKind::kUpdate, table, values.size(), value_name, [&] {
+    std::string text;
+    text.reserve(64 + 24 * values.size());
+    text += "UPDATE ";
+    AppendName(text, table);
+    text += " SET ";
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      if (i) text += ", ";
+      AppendName(text, value_name(i));
+      text += " = ?";
+    }
+    text += " WHERE PKID = ?";
+    return text;
+  });
   sqlite3_stmt* statement = Cached(update);
   ResetOnExit reset(statement);
   for (std::size_t i = 0; i < values.size(); ++i)

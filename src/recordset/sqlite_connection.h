@@ -83,10 +83,24 @@ class SqliteConnection : public Connection {
   // Steps a statement to its end; raises when SQLite refuses.
   void RunToEnd(sqlite3_stmt* statement, std::string_view text);
 
+  // A generated statement text remembered with the column names it was built from: the text for the same
+  // kind of statement on the same table with the same names is taken from here instead of being built anew.
+  struct GeneratedText {
+    std::vector<std::string> names;
+    std::string text;
+  };
+  enum class TextKind { kInsert, kReadBack, kUpdate };
+  // The text for `kind` on `table` naming `count` columns, `name(i)` the i-th of them; `build` makes the
+  // text when the remembered one does not fit.
+  template <typename NameAt, typename Build>
+  const std::string& GeneratedFor(TextKind kind, const std::string& table, std::size_t count, NameAt name,
+                                  Build build);
+
   sqlite3* db_;
   std::unordered_map<std::string, sqlite3_stmt*> statements_;
   std::unordered_map<std::string, PreparedQuery> queries_;
   std::unordered_map<std::string, FieldType> declared_types_;
+  std::unordered_map<std::string, GeneratedText> generated_[3];  // by TextKind, then by table
 };
 
 }  // namespace cvimp::recordset

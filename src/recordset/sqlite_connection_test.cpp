@@ -177,6 +177,44 @@ TEST(SqliteConnection, UpdateRowChangingPkidToATakenOneIsRefused) {
   EXPECT_EQ(db->Query("SELECT Name FROM Folders WHERE PKID=7").rows.at(0).at(0), Value("b"));
 }
 
+// The statements built for a table are remembered with the columns they name: record sets of the same table
+// with other field lists, or other changed fields, get statements of their own, also when they alternate.
+TEST(SqliteConnection, InsertsAndUpdatesOfOneTableWithOtherColumnsKeepTheirOwnStatements) {
+  auto db = NewShopDatabase();
+  QueryResult all = db->Query("SELECT * FROM DeliveryTimes WHERE 1=0");
+  QueryResult two = db->Query("SELECT DeliveryDays, PKID FROM DeliveryTimes WHERE 1=0");
+  std::size_t name = IndexOf(all, "Name");
+  std::size_t days = IndexOf(all, "DeliveryDays");
+
+  std::vector<Value> first = db->Insert("DeliveryTimes", all.columns, Values({{name, Value("a")}}));
+  EXPECT_EQ(first.size(), all.columns.size());
+  EXPECT_EQ(first.at(0), Value(std::int32_t{1}));
+  std::vector<Value> second = db->Insert("DeliveryTimes", two.columns, Values({{0, Value(std::int32_t{5})}}));
+  EXPECT_EQ(second, (std::vector<Value>{Value(std::int32_t{5}), Value(std::int32_t{2})}));
+  std::vector<Value> third =
+      db->Insert("DeliveryTimes", all.columns, Values({{days, Value(std::int32_t{6})}, {name, Value("c")}}));
+  EXPECT_EQ(third.size(), all.columns.size());
+  EXPECT_EQ(third.at(name), Value("c"));
+  EXPECT_EQ(third.at(days), Value(std::int32_t{6}));
+
+  db->UpdateRow("DeliveryTimes", two.columns, 1, Values({{0, Value(std::int32_t{7})}}));
+  db->UpdateRow("DeliveryTimes", all.columns, 1, Values({{name, Value("A")}}));
+  db->UpdateRow("DeliveryTimes", two.columns, 3, Values({{0, Value(std::int32_t{8})}}));
+  db->UpdateRow("DeliveryTimes", all.columns, 2, Values({{name, Value("B")}, {days, Value(std::int32_t{9})}}));
+  QueryResult rows = db->Query("SELECT PKID, Name, DeliveryDays FROM DeliveryTimes ORDER BY PKID");
+  EXPECT_EQ(rows.rows, (std::vector<std::vector<Value>>{
+                           {Value(std::int32_t{1}), Value("A"), Value(std::int32_t{7})},
+                           {Value(std::int32_t{2}), Value("B"), Value(std::int32_t{9})},
+                           {Value(std::int32_t{3}), Value("c"), Value(std::int32_t{8})}}));
+  EXPECT_EQ(ErrorOf(
+                [&] {
+                  db->UpdateRow("DeliveryTimes", two.columns, 5, Values({{0, Value(std::int32_t{1})}}));
+                },
+                ErrorCode::kDatabase),
+            "No row of DeliveryTimes has the PKID 5 in: UPDATE \"DeliveryTimes\" SET \"DeliveryDays\" = ? "
+            "WHERE PKID = ?");
+}
+
 TEST(SqliteConnection, TransactionsCommitAndRollBack) {
   auto db = NewShopDatabase();
   EXPECT_FALSE(db->InTransaction());

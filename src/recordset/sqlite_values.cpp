@@ -28,7 +28,7 @@ int BindValue(sqlite3_stmt* statement, int parameter, const Value& value) {
   if (value.is_null()) return sqlite3_bind_null(statement, parameter);
   if (value.is_text())
     return sqlite3_bind_text(statement, parameter, value.text().data(), static_cast<int>(value.text().size()),
-                             SQLITE_TRANSIENT);
+                             SQLITE_STATIC);
   if (value.is_bool()) return sqlite3_bind_int64(statement, parameter, value.boolean() ? -1 : 0);
   if (value.is_double()) return sqlite3_bind_double(statement, parameter, value.number());
   return sqlite3_bind_int64(statement, parameter, value.integer());

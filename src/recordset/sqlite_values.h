@@ -10,7 +10,9 @@
 namespace cvimp::recordset {
 
 // Binds a field value: Null as NULL, text as text, whole numbers as integers, doubles as reals, Booleans
-// as -1 (True) and 0 (False). Returns SQLite's result code.
+// as -1 (True) and 0 (False). Returns SQLite's result code. A text is bound without a copy: `value` must
+// stay alive and unchanged until the statement is reset or its bindings are cleared (every caller binds
+// values that outlive the statement's run and resets the statement before they go).
 int BindValue(sqlite3_stmt* statement, int parameter, const Value& value);
 
 // Reads result column `index` of the current row as a value of the field type of `column`: integers as
