@@ -87,7 +87,7 @@ struct FakeAdo {
            }
            if (open_args.empty() || open_args[0].find("FROM Nowhere") != std::string::npos)
              throw Error(ErrorCode::kDatabase,
-                         "The Microsoft Jet database engine cannot find the input table 'Nowhere'.");
+                         "The database engine cannot find the input table 'Nowhere'.");
            open = true;
          }},
         {L"State", [this](WORD, const DispatchArguments&, VARIANT* r) { SetInt32(r, open ? 1 : 0); }},
@@ -192,7 +192,7 @@ TEST(AdoRecordset, AdoErrorsBecomeTheCoresWithAdosDescription) {
     FAIL();
   } catch (const Error& e) {
     EXPECT_EQ(e.code(), ErrorCode::kDatabase);
-    EXPECT_STREQ(e.what(), "The Microsoft Jet database engine cannot find the input table 'Nowhere'.");
+    EXPECT_STREQ(e.what(), "The database engine cannot find the input table 'Nowhere'.");
   }
   ado.open_args.clear();
   rs.Open("SELECT * FROM Media", Connection(LambdaObject::New({})));

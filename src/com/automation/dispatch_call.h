@@ -1,4 +1,4 @@
-// Calling automation objects by member name (late binding), as a script or a Visual Basic client does.
+// Calling automation objects by member name (late binding), as a script client does.
 #pragma once
 
 #include <array>
