@@ -97,6 +97,18 @@ std::size_t FieldIndex(const Recordset& rs, const VARIANT* which) {
   NotFound();
 }
 
+// Item(index or name) of the field collection: the Field object, or with a put (fields("Name") = v, the
+// field's default member) the field's value set.
+HRESULT FieldItem(const std::shared_ptr<Recordset>& rs, WORD flags, const DISPPARAMS& params, VARIANT* result) {
+  const std::size_t index = FieldIndex(*rs, Arg(params, 0));
+  if (IsPut(flags)) {
+    rs->SetValue(rs->FieldAt(index).name, ToValue(PutValue(params)));
+    return S_OK;
+  }
+  HandOver(result, new Field(rs, index));
+  return S_OK;
+}
+
 class Fields : public DispatchObject {
  public:
   enum : DISPID { kItem = DISPID_VALUE, kCount = 1 };
@@ -109,15 +121,8 @@ class Fields : public DispatchObject {
       case kCount:
         SetInt32(result, rs_->IsOpen() ? static_cast<long>(rs_->FieldCount()) : 0);
         return S_OK;
-      case kItem: {
-        std::size_t index = FieldIndex(*rs_, Arg(params, 0));
-        if (IsPut(flags)) {  // fields("Name") = v: the field's default member
-          rs_->SetValue(rs_->FieldAt(index).name, ToValue(PutValue(params)));
-          return S_OK;
-        }
-        HandOver(result, new Field(rs_, index));
-        return S_OK;
-      }
+      case kItem:
+        return FieldItem(rs_, flags, params, result);
       default:
         return DISP_E_MEMBERNOTFOUND;
     }
@@ -193,13 +198,7 @@ class AdoRecordset : public DispatchObject {
           return S_OK;
         }
         // rs("Name") and rs.Fields("Name") come as one call with the index: the collection's Item.
-        const std::size_t index = FieldIndex(*rs_, Arg(params, 0));
-        if (IsPut(flags)) {
-          rs_->SetValue(rs_->FieldAt(index).name, ToValue(PutValue(params)));
-          return S_OK;
-        }
-        HandOver(result, new Field(rs_, index));
-        return S_OK;
+        return FieldItem(rs_, flags, params, result);
       }
       default:
         return DISP_E_MEMBERNOTFOUND;
