@@ -82,6 +82,8 @@ class KeysetRecordset final : public Recordset {
   bool read_only_ = false;
   std::string table_;
   std::vector<Column> columns_;
+  bool distinct_names_ = false;              // no name is that of two fields
+  mutable std::size_t next_field_hint_ = 0;  // where FieldIndex looks first when the names are distinct
   std::optional<std::size_t> pkid_index_;
   std::vector<Record> records_;  // the rows read at open, then the records added and saved
   std::size_t position_ = 0;     // records_.size(): end of file
@@ -103,8 +105,17 @@ void KeysetRecordset::RequireWritable(const char* operation) const {
 }
 
 std::size_t KeysetRecordset::FieldIndex(std::string_view field, const char* operation) const {
+  // Fields are mostly named in their order (a copy walks them): the one after the last found comes first.
+  const std::size_t hint = next_field_hint_;
+  if (distinct_names_ && hint < columns_.size() && EqualsIgnoringCase(columns_[hint].name, field)) {
+    next_field_hint_ = hint + 1;
+    return hint;
+  }
   for (std::size_t i = 0; i < columns_.size(); ++i)
-    if (EqualsIgnoringCase(columns_[i].name, field)) return i;
+    if (EqualsIgnoringCase(columns_[i].name, field)) {
+      next_field_hint_ = i + 1;
+      return i;
+    }
   Raise(ErrorCode::kNotFound, kNotFoundMessage,
         std::string(operation) + " of field '" + std::string(field) + "' " + Statement());
 }
@@ -142,6 +153,8 @@ void KeysetRecordset::Open(std::string_view sql, std::shared_ptr<ActiveConnectio
   read_only_ = lock == LockType::kReadOnly;
   table_ = std::move(result.table);
   columns_ = std::move(result.columns);
+  distinct_names_ = result.distinct_names;
+  next_field_hint_ = 0;
   pkid_index_.reset();
   for (std::size_t i = 0; i < columns_.size(); ++i)
     if (EqualsIgnoringCase(columns_[i].name, "PKID")) {

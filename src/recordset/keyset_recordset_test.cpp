@@ -219,6 +219,20 @@ TEST_F(RecordsetTest, FieldsAreFoundByNameWithoutRegardToCase) {
   EXPECT_EQ(rs->GetValue("ISOCode"), Value("USD"));
 }
 
+TEST_F(RecordsetTest, AFieldNameThatTwoFieldsHaveNamesTheFirstOfThem) {
+  db->Execute("INSERT INTO Currencies (ISOCode, Name) VALUES ('EUR', 'Euro')");
+  for (int round = 0; round < 2; ++round) {
+    rs->Open("SELECT Name, ISOCode, ISOCode AS name FROM Currencies", db);
+    // In field order, as a copy walks them, and again.
+    EXPECT_EQ(rs->GetValue("Name"), Value("Euro"));
+    EXPECT_EQ(rs->GetValue("ISOCode"), Value("EUR"));
+    EXPECT_EQ(rs->GetValue("NAME"), Value("Euro"));
+    EXPECT_EQ(rs->GetValue("ISOCode"), Value("EUR"));
+    EXPECT_EQ(rs->GetValue("name"), Value("Euro"));
+    rs->Close();
+  }
+}
+
 TEST_F(RecordsetTest, AnUnknownFieldNameIsNotFound) {
   db->Execute("INSERT INTO Currencies (ISOCode) VALUES ('EUR')");
   rs->Open("SELECT * FROM Currencies", db);

@@ -31,6 +31,7 @@ struct QueryResult {
   std::string table;
   std::vector<Column> columns;
   std::vector<std::vector<Value>> rows;
+  bool distinct_names = false;  // true when no two columns have the same name (without regard to case)
 };
 
 // What a record set is opened on: the host's database connection. Each kind of record set accepts the

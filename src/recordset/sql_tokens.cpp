@@ -1,16 +1,29 @@
 #include "recordset/sql_tokens.h"
 
-#include "common/ascii_case.h"
+#include <array>
 
 namespace cvimp::recordset {
 namespace {
 
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
-bool IsWordChar(char c) {
-  return IsLetter(c) || IsDigit(c) || c == '_' || c == '$' || static_cast<unsigned char>(c) >= 0x80;
-}
-bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f' || c == '\v'; }
+// Character classes, looked up in one table: every statement passes through here character by character.
+enum CharClass : unsigned char { kDigitChar = 1, kWordChar = 2, kBlankChar = 4 };
+
+constexpr std::array<unsigned char, 256> kCharClasses = [] {
+  std::array<unsigned char, 256> classes{};
+  for (int c = 0; c < 256; ++c) {
+    unsigned char bits = 0;
+    if (c >= '0' && c <= '9') bits |= kDigitChar | kWordChar;
+    if ((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == '$' || c >= 0x80) bits |= kWordChar;
+    if (c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f' || c == '\v') bits |= kBlankChar;
+    classes[static_cast<std::size_t>(c)] = bits;
+  }
+  return classes;
+}();
+
+bool Is(char c, CharClass kind) { return (kCharClasses[static_cast<unsigned char>(c)] & kind) != 0; }
+bool IsDigit(char c) { return Is(c, kDigitChar); }
+bool IsWordChar(char c) { return Is(c, kWordChar); }
+bool IsBlank(char c) { return Is(c, kBlankChar); }
 
 // The end of a quoted part that opens at `pos` and closes with `close`; a doubled closing character (not
 // for ]) stands for itself.
@@ -82,7 +95,5 @@ Token TokenAt(std::string_view sql, std::size_t pos) {
   }
   return token(TokenKind::kOther, pos + 1);
 }
-
-bool IsKeyword(std::string_view word, std::string_view keyword) { return EqualsIgnoringCase(word, keyword); }
 
 }  // namespace cvimp::recordset

@@ -5,6 +5,8 @@
 
 #include <string_view>
 
+#include "common/ascii_case.h"
+
 namespace cvimp::recordset {
 
 enum class TokenKind {
@@ -27,6 +29,6 @@ struct Token {
 Token TokenAt(std::string_view sql, std::size_t pos);
 
 // Whether a word is `keyword`, without regard to case.
-bool IsKeyword(std::string_view word, std::string_view keyword);
+inline bool IsKeyword(std::string_view word, std::string_view keyword) { return EqualsIgnoringCase(word, keyword); }
 
 }  // namespace cvimp::recordset

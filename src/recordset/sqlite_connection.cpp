@@ -4,6 +4,7 @@
 
 #include <limits>
 
+#include "common/ascii_case.h"
 #include "common/error.h"
 #include "recordset/dialect.h"
 #include "recordset/sqlite_values.h"
@@ -71,6 +72,10 @@ FieldType FieldTypeOfValue(sqlite3_stmt* statement, int index) {
 }  // namespace
 
 std::shared_ptr<SqliteConnection> SqliteConnection::OpenWithFlags(const std::string& path, int flags) {
+  // SQLite counts every allocation under a process-wide mutex for its memory statistics, which nothing here
+  // reads: switched off before the library first starts (afterwards SQLite refuses the change, harmlessly).
+  static const int kMemoryStatisticsOff = sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
+  (void)kMemoryStatisticsOff;
   sqlite3* db = nullptr;
   // A connection is used by one thread at a time (the import runs on one), so SQLite need not lock its own
   // mutex around every call on it.
@@ -115,10 +120,17 @@ void SqliteConnection::Fail(std::string_view statement) const {
 
 void SqliteConnection::Begin() { Execute("BEGIN"); }
 void SqliteConnection::Commit() { Execute("COMMIT"); }
-void SqliteConnection::Rollback() { Execute("ROLLBACK"); }
+void SqliteConnection::Rollback() {
+  pending_.reset();  // rolled back with the rest
+  Execute("ROLLBACK");
+}
 bool SqliteConnection::InTransaction() const { return sqlite3_get_autocommit(db_) == 0; }
 
 void SqliteConnection::Execute(std::string_view sql) {
+  WritePending();
+  // What the connection knows of its tables holds for one transaction and one schema: these statements may
+  // end either.
+  tables_.clear();
   std::string text(sql);
   if (sqlite3_exec(db_, text.c_str(), nullptr, nullptr, nullptr) != SQLITE_OK) Fail(sql);
 }
@@ -196,6 +208,10 @@ SqliteConnection::PreparedQuery SqliteConnection::Describe(sqlite3_stmt* stateme
   }
   // Records are written back only where every field is a column of the one table.
   if (!one_table) query.table.clear();
+  query.distinct_names = true;
+  for (std::size_t i = 0; i < query.columns.size() && query.distinct_names; ++i)
+    for (std::size_t j = 0; j < i && query.distinct_names; ++j)
+      if (EqualsIgnoringCase(query.columns[i].name, query.columns[j].name)) query.distinct_names = false;
   return query;
 }
 
@@ -220,6 +236,7 @@ void SqliteConnection::ReadRows(sqlite3_stmt* statement, int rc, const std::vect
 }
 
 QueryResult SqliteConnection::Query(std::string_view sql) {
+  WritePending();
   const std::string translated = TranslateDialect(sql);
   if (auto parameterized = ParameterizeWhereLiterals(translated)) {
     if (PreparedQuery* query = CachedQuery(parameterized->text)) {
@@ -233,7 +250,7 @@ QueryResult SqliteConnection::Query(std::string_view sql) {
         *query = Describe(statement);
         query->reprepared = reprepared;
       }
-      QueryResult result{query->table, query->columns, {}};
+      QueryResult result{query->table, query->columns, {}, query->distinct_names};
       ReadRows(statement, rc, query->typed_by_value, result, sql);
       return result;
     }
@@ -252,8 +269,10 @@ QueryResult SqliteConnection::Query(std::string_view sql) {
     OwnedStatement owned_next(next);
     if (owned_next) throw Error(ErrorCode::kDatabase, "More than one statement in: " + std::string(sql));
   }
+  // A statement that writes may change any table, also the rowids its next rows get.
+  if (!sqlite3_stmt_readonly(raw)) tables_.clear();
   PreparedQuery query = Describe(raw);
-  QueryResult result{std::move(query.table), std::move(query.columns), {}};
+  QueryResult result{std::move(query.table), std::move(query.columns), {}, query.distinct_names};
   ReadRows(raw, sqlite3_step(raw), query.typed_by_value, result, sql);
   return result;
 }
@@ -280,35 +299,45 @@ const std::string& SqliteConnection::GeneratedFor(TextKind kind, const std::stri
   return entry.text;
 }
 
-std::vector<Value> SqliteConnection::Insert(const std::string& table, const std::vector<Column>& columns,
-                                            const std::vector<std::pair<std::size_t, Value>>& values) {
-  auto value_name = [&](std::size_t i) -> const std::string& { return columns.at(values[i].first).name; };
-  const std::string& insert = GeneratedFor(TextKind::kInsert, table, values.size(), value_name, [&] {
+template <typename NameAt, typename ValueAt>
+void SqliteConnection::RunInsert(TextKind kind, const std::string& table, std::size_t count, NameAt name,
+                                 ValueAt value) {
+  const std::string& insert = GeneratedFor(kind, table, count, name, [&] {
     std::string text;
-    text.reserve(64 + 24 * values.size());
+    text.reserve(64 + 24 * count);
     text += "INSERT INTO ";
     AppendName(text, table);
-    if (values.empty()) {
+    if (count == 0) {
       text += " DEFAULT VALUES";
     } else {
       text += " (";
-      for (std::size_t i = 0; i < values.size(); ++i) {
+      for (std::size_t i = 0; i < count; ++i) {
         if (i) text += ", ";
-        AppendName(text, value_name(i));
+        AppendName(text, name(i));
       }
       text += ") VALUES (?";
-      for (std::size_t i = 1; i < values.size(); ++i) text += ", ?";
+      for (std::size_t i = 1; i < count; ++i) text += ", ?";
       text += ')';
     }
     return text;
   });
   sqlite3_stmt* statement = Cached(insert);
-  {
-    ResetOnExit reset(statement);
-    for (std::size_t i = 0; i < values.size(); ++i)
-      if (BindValue(statement, static_cast<int>(i + 1), values[i].second) != SQLITE_OK) Fail(insert);
-    RunToEnd(statement, insert);
-  }
+  ResetOnExit reset(statement);
+  for (std::size_t i = 0; i < count; ++i)
+    if (BindValue(statement, static_cast<int>(i + 1), value(i)) != SQLITE_OK) Fail(insert);
+  RunToEnd(statement, insert);
+}
+
+std::vector<Value> SqliteConnection::Insert(const std::string& table, const std::vector<Column>& columns,
+                                            const std::vector<std::pair<std::size_t, Value>>& values) {
+  WritePending();
+  if (auto row = ForecastInsert(table, columns, values)) return std::move(*row);
+
+  RunInsert(
+      TextKind::kInsert, table, values.size(),
+      [&](std::size_t i) -> const std::string& { return columns.at(values[i].first).name; },
+      [&](std::size_t i) -> const Value& { return values[i].second; });
+  const std::int64_t rowid = sqlite3_last_insert_rowid(db_);
 
   // Read the row back as stored: the generated PKID and the defaults included.
   auto column_name = [&](std::size_t i) -> const std::string& { return columns[i].name; };
@@ -323,20 +352,32 @@ std::vector<Value> SqliteConnection::Insert(const std::string& table, const std:
     return text;
   });
   sqlite3_stmt* read = Cached(select);
-  ResetOnExit reset(read);
-  sqlite3_bind_int64(read, 1, sqlite3_last_insert_rowid(db_));
-  const int rc = sqlite3_step(read);
-  if (rc == SQLITE_DONE) throw Error(ErrorCode::kDatabase, "The inserted row cannot be read back in: " + select);
-  if (rc != SQLITE_ROW) Fail(select);
   std::vector<Value> row;
-  row.reserve(columns.size());
-  for (std::size_t i = 0; i < columns.size(); ++i) row.push_back(ReadValue(read, static_cast<int>(i), columns[i]));
+  {
+    ResetOnExit reset(read);
+    sqlite3_bind_int64(read, 1, rowid);
+    const int rc = sqlite3_step(read);
+    if (rc == SQLITE_DONE) throw Error(ErrorCode::kDatabase, "The inserted row cannot be read back in: " + select);
+    if (rc != SQLITE_ROW) Fail(select);
+    row.reserve(columns.size());
+    for (std::size_t i = 0; i < columns.size(); ++i) row.push_back(ReadValue(read, static_cast<int>(i), columns[i]));
+  }
+  LearnFromInsert(table, columns, values, row, rowid);
   return row;
 }
 
 void SqliteConnection::UpdateRow(const std::string& table, const std::vector<Column>& columns, std::int64_t pkid,
                                  const std::vector<std::pair<std::size_t, Value>>& values) {
+  if (pending_ && pending_->rowid == pkid && pending_->table == table && !TouchesRowid(table, columns, values)) {
+    if (WriteCompleted(columns, values)) return;
+  } else {
+    WritePending();
+  }
   if (values.empty()) return;
+  if (TouchesRowid(table, columns, values)) {
+    // A row that moves to another rowid may change which rowid the next new row gets.
+    if (auto known = tables_.find(table); known != tables_.end()) known->second.next_rowid.reset();
+  }
   auto value_name = [&](std::size_t i) -> const std::string& { return columns.at(values[i].first).name; };
   const std::string& update = GeneratedFor(TextKind::kUpdate, table, values.size(), value_name, [&] {
     std::string text;
@@ -361,6 +402,203 @@ void SqliteConnection::UpdateRow(const std::string& table, const std::vector<Col
   if (sqlite3_changes(db_) == 0)
     throw Error(ErrorCode::kDatabase,
                 "No row of " + table + " has the PKID " + std::to_string(pkid) + " in: " + update);
+}
+
+// ---- New rows written once --------------------------------------------------------------------------------
+
+sqlite3* SqliteConnection::handle() const {
+  // Whoever reads through the handle is to see every row inserted so far. The connection is never defined
+  // const; only the handle's accessor is.
+  const_cast<SqliteConnection*>(this)->WritePending();
+  return db_;
+}
+
+bool SqliteConnection::TouchesRowid(const std::string& table, const std::vector<Column>& columns,
+                                    const std::vector<std::pair<std::size_t, Value>>& values) const {
+  auto known = tables_.find(table);
+  const std::string_view rowid_column =
+      known != tables_.end() && known->second.facts ? std::string_view(known->second.facts->rowid_column) : "PKID";
+  for (const auto& [index, value] : values)
+    if (EqualsIgnoringCase(columns.at(index).name, rowid_column)) return true;
+  return false;
+}
+
+bool SqliteConnection::Fits(const ColumnPlan& plan, const std::vector<Column>& columns) {
+  if (plan.names.size() != columns.size()) return false;
+  for (std::size_t i = 0; i < columns.size(); ++i)
+    if (plan.types[i] != columns[i].type || plan.names[i] != columns[i].name) return false;
+  return true;
+}
+
+SqliteConnection::ColumnPlan SqliteConnection::PlanColumns(const TableKnowledge& knowledge,
+                                                           const std::vector<Column>& columns) {
+  const TableWriteFacts& facts = *knowledge.facts;
+  ColumnPlan plan;
+  for (const Column& column : columns) {
+    plan.names.push_back(column.name);
+    plan.types.push_back(column.type);
+    auto affinity = facts.affinities.find(column.name);
+    plan.affinities.push_back(affinity == facts.affinities.end() ? std::nullopt
+                                                                 : std::optional<Affinity>(affinity->second));
+    auto stored = knowledge.defaults.find(column.name);
+    if (EqualsIgnoringCase(column.name, facts.rowid_column)) {
+      plan.parts.push_back(ColumnPlan::Part::kRowid);
+      plan.defaults.emplace_back();
+    } else if (stored != knowledge.defaults.end() && stored->second.type == column.type) {
+      plan.parts.push_back(ColumnPlan::Part::kDefault);
+      plan.defaults.push_back(stored->second.value);
+    } else {
+      plan.parts.push_back(ColumnPlan::Part::kNeedsValue);
+      plan.defaults.emplace_back();
+      ++plan.needing_values;
+    }
+  }
+  for (std::size_t i = 0; i < columns.size() && plan.distinct; ++i)
+    for (std::size_t j = 0; j < i && plan.distinct; ++j)
+      if (EqualsIgnoringCase(columns[i].name, columns[j].name)) plan.distinct = false;
+  return plan;
+}
+
+std::optional<std::vector<Value>> SqliteConnection::ForecastInsert(
+    const std::string& table, const std::vector<Column>& columns,
+    const std::vector<std::pair<std::size_t, Value>>& values) {
+  if (!single_write_inserts_ || !InTransaction()) return std::nullopt;
+  auto known = tables_.find(table);
+  if (known == tables_.end() || !known->second.facts || !known->second.next_rowid) return std::nullopt;
+  TableKnowledge& knowledge = known->second;
+  if (!knowledge.plan || !Fits(*knowledge.plan, columns)) knowledge.plan = PlanColumns(knowledge, columns);
+  const ColumnPlan& plan = *knowledge.plan;
+  if (!plan.distinct) return std::nullopt;
+
+  // The defaults and the rowid first, then the values over them.
+  std::vector<Value> row = plan.defaults;
+  std::size_t needed = 0;
+  for (const auto& [index, value] : values) {
+    const ColumnPlan::Part part = plan.parts.at(index);
+    if (part == ColumnPlan::Part::kRowid || !plan.affinities[index]) return std::nullopt;
+    std::optional<Value> stored = StoredValueForecast(columns[index], *plan.affinities[index], value);
+    if (!stored) return std::nullopt;
+    row[index] = std::move(*stored);
+    if (part == ColumnPlan::Part::kNeedsValue) ++needed;
+  }
+  if (needed != plan.needing_values) return std::nullopt;  // a field whose default is not known yet
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    if (plan.parts[i] != ColumnPlan::Part::kRowid) continue;
+    // The rowid as ReadValue reads a stored whole number.
+    std::optional<Value> key = StoredValueForecast(columns[i], Affinity::kInteger, Value(*knowledge.next_rowid));
+    if (!key) return std::nullopt;
+    row[i] = std::move(*key);
+  }
+
+  PendingInsert pending{table, {}, {}, *knowledge.next_rowid};
+  pending.names.reserve(values.size());
+  pending.values.reserve(values.size());
+  for (const auto& [index, value] : values) {
+    pending.names.push_back(columns[index].name);
+    pending.values.push_back(value);
+  }
+  pending_ = std::move(pending);
+  return row;
+}
+
+void SqliteConnection::LearnFromInsert(const std::string& table, const std::vector<Column>& columns,
+                                       const std::vector<std::pair<std::size_t, Value>>& values,
+                                       const std::vector<Value>& row, std::int64_t rowid) {
+  if (!single_write_inserts_ || !InTransaction()) return;
+  TableKnowledge& knowledge = tables_[table];
+  if (!knowledge.examined) {
+    knowledge.examined = true;
+    knowledge.facts = ReadTableWriteFacts(db_, table);
+  }
+  if (!knowledge.facts) return;
+  // An automatic rowid is one more than the largest so far (or than the table's sequence): the next one
+  // follows it, unless this row's rowid was given, or is the largest there can be.
+  if (TouchesRowid(table, columns, values) || rowid == std::numeric_limits<std::int64_t>::max())
+    knowledge.next_rowid.reset();
+  else
+    knowledge.next_rowid = rowid + 1;
+  // The defaults are constants (TableWriteFacts): a column's is learnt once, for each field type it is read as.
+  if (!knowledge.plan || !Fits(*knowledge.plan, columns)) knowledge.plan = PlanColumns(knowledge, columns);
+  if (!knowledge.plan->distinct) return;
+  std::vector<bool> assigned(columns.size(), false);
+  for (const auto& [index, value] : values) assigned[index] = true;
+  const ColumnPlan& plan = *knowledge.plan;
+  std::vector<std::size_t> unknown;
+  for (std::size_t i = 0; i < columns.size(); ++i)
+    if (!assigned[i] && plan.parts[i] == ColumnPlan::Part::kNeedsValue) unknown.push_back(i);
+  for (std::size_t i : unknown) {
+    auto known_default = knowledge.defaults.find(columns[i].name);
+    if (known_default == knowledge.defaults.end()) {
+      knowledge.defaults.emplace(columns[i].name, StoredDefault{columns[i].type, row[i]});
+      knowledge.plan.reset();
+    } else if (known_default->second.type != columns[i].type) {
+      known_default->second = StoredDefault{columns[i].type, row[i]};
+      knowledge.plan.reset();
+    }
+  }
+}
+
+bool SqliteConnection::WriteCompleted(const std::vector<Column>& columns,
+                                      const std::vector<std::pair<std::size_t, Value>>& values) {
+  PendingInsert& pending = *pending_;
+  // The inserted values, each replaced by the update's value for its column, then the update's other columns.
+  std::vector<const Value*> merged;
+  std::vector<const std::string*> names;
+  merged.reserve(pending.values.size() + values.size());
+  names.reserve(pending.values.size() + values.size());
+  for (std::size_t i = 0; i < pending.names.size(); ++i) {
+    names.push_back(&pending.names[i]);
+    merged.push_back(&pending.values[i]);
+  }
+  for (const auto& [index, value] : values) {
+    const std::string& name = columns.at(index).name;
+    bool replaced = false;
+    for (std::size_t i = 0; i < pending.names.size() && !replaced; ++i) {
+      if (EqualsIgnoringCase(*names[i], name)) {
+        merged[i] = &value;
+        replaced = true;
+      }
+    }
+    if (!replaced) {
+      names.push_back(&name);
+      merged.push_back(&value);
+    }
+  }
+  try {
+    RunInsert(
+        TextKind::kCompletedInsert, pending.table, names.size(),
+        [&](std::size_t i) -> const std::string& { return *names[i]; },
+        [&](std::size_t i) -> const Value& { return *merged[i]; });
+  } catch (const Error&) {
+    // As the row would have been written: inserted first, then updated (which then reports its own error).
+    WritePending();
+    return false;
+  }
+  const PendingInsert written = std::move(pending);
+  pending_.reset();
+  ++single_write_count_;
+  CheckRowid(written.rowid, written.table);
+  tables_[written.table].next_rowid = written.rowid + 1;
+  return true;
+}
+
+void SqliteConnection::WritePending() {
+  if (!pending_) return;
+  const PendingInsert pending = std::move(*pending_);
+  pending_.reset();
+  RunInsert(
+      TextKind::kInsert, pending.table, pending.names.size(),
+      [&](std::size_t i) -> const std::string& { return pending.names[i]; },
+      [&](std::size_t i) -> const Value& { return pending.values[i]; });
+  CheckRowid(pending.rowid, pending.table);
+  tables_[pending.table].next_rowid = pending.rowid + 1;
+}
+
+void SqliteConnection::CheckRowid(std::int64_t expected, const std::string& table) const {
+  const std::int64_t rowid = sqlite3_last_insert_rowid(db_);
+  if (rowid != expected)
+    throw Error(ErrorCode::kDatabase, "The new row of " + table + " got the rowid " + std::to_string(rowid) +
+                                          " where " + std::to_string(expected) + " was foretold");
 }
 
 }  // namespace cvimp::recordset

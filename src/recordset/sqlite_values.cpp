@@ -11,8 +11,9 @@ std::string TextAt(sqlite3_stmt* statement, int index) {
   return text ? std::string(text, static_cast<std::size_t>(sqlite3_column_bytes(statement, index))) : std::string();
 }
 
-// A stored whole number as a value of the field type, or as a 64-bit number when it does not fit.
-Value WholeNumber(DataType type, sqlite3_int64 n) {
+}  // namespace
+
+Value WholeNumber(DataType type, std::int64_t n) {
   if (type == DataType::kInteger && n >= std::numeric_limits<std::int32_t>::min() &&
       n <= std::numeric_limits<std::int32_t>::max())
     return Value(static_cast<std::int32_t>(n));
@@ -21,8 +22,6 @@ Value WholeNumber(DataType type, sqlite3_int64 n) {
     return Value(static_cast<std::int16_t>(n));
   return Value(static_cast<std::int64_t>(n));
 }
-
-}  // namespace
 
 int BindValue(sqlite3_stmt* statement, int parameter, const Value& value) {
   if (value.is_null()) return sqlite3_bind_null(statement, parameter);

@@ -4,6 +4,8 @@
 
 #include <sqlite3.h>
 
+#include <cstdint>
+
 #include "common/value.h"
 #include "recordset/recordset.h"
 
@@ -14,6 +16,10 @@ namespace cvimp::recordset {
 // stay alive and unchanged until the statement is reset or its bindings are cleared (every caller binds
 // values that outlive the statement's run and resets the statement before they go).
 int BindValue(sqlite3_stmt* statement, int parameter, const Value& value);
+
+// A stored whole number as a value of the field type (int32 for INTEGER, int16 for SMALLINT), or as a
+// 64-bit number where it does not fit or the field is of another type.
+Value WholeNumber(DataType type, std::int64_t n);
 
 // Reads result column `index` of the current row as a value of the field type of `column`: integers as
 // int32, int64 or int16, reals for DOUBLE and CURRENCY, -1/0 as Booleans, texts as texts. A stored value

@@ -10,22 +10,37 @@ namespace {
 // Words after which the rest of the statement is left as it is: numbers there may be column positions
 // (ORDER BY 2) or counts, and nested statements are not looked into.
 bool EndsTheWhereClause(std::string_view word) {
+  // Most words are names: those are told apart by their length and first letter without comparing.
+  if (word.size() < 5 || word.size() > 9) return false;
+  switch (word[0] | 0x20) {
+    case 'o': case 'g': case 'h': case 'l': case 'w': case 's': case 'u': case 'e': case 'i': case 'v':
+      break;
+    default:
+      return false;
+  }
   for (std::string_view keyword :
        {"ORDER", "GROUP", "HAVING", "LIMIT", "WINDOW", "SELECT", "UNION", "EXCEPT", "INTERSECT", "VALUES"})
     if (IsKeyword(word, keyword)) return true;
   return false;
 }
 
-// The value of a string literal: without its quotes, '' as one quote; nullopt when unterminated.
+// The value of a string literal: without its quotes, '' as one quote; nullopt when unterminated (a literal
+// that runs to the end of the statement, also one that ends in a doubled quote).
 std::optional<std::string> StringValue(std::string_view literal) {
   if (literal.size() < 2 || literal.back() != '\'') return std::nullopt;
+  const std::string_view body = literal.substr(1, literal.size() - 2);
   std::string value;
-  value.reserve(literal.size() - 2);
-  for (std::size_t i = 1; i + 1 < literal.size(); ++i) {
-    value += literal[i];
-    if (literal[i] == '\'') ++i;
+  value.reserve(body.size());
+  for (std::size_t i = 0;;) {
+    const std::size_t quote = body.find('\'', i);
+    if (quote == std::string_view::npos) {
+      value.append(body.substr(i));
+      return value;
+    }
+    if (quote + 1 == body.size() || body[quote + 1] != '\'') return std::nullopt;
+    value.append(body.substr(i, quote + 1 - i));
+    i = quote + 2;
   }
-  return value;
 }
 
 // A whole number of plain digits that surely fits 64 bits.
@@ -45,6 +60,7 @@ std::optional<ParameterizedStatement> ParameterizeWhereLiterals(std::string_view
   enum class Part { kBeforeWhere, kWhere, kAfterWhere } part = Part::kBeforeWhere;
   ParameterizedStatement out;
   out.text.reserve(sql.size());
+  out.parameters.reserve(4);
   bool seen_select = false;
   std::optional<TokenKind> previous;  // the token right before, blanks and comments included
   for (std::size_t pos = 0; pos < sql.size();) {

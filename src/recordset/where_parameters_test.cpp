@@ -44,7 +44,8 @@ TEST(WhereParameters, NamesCommentsAndQuotedNamesAreLeftAlone) {
 TEST(WhereParameters, StatementsThatAreNotOnePlainSelectAreNotParameterized) {
   for (const char* sql : {"UPDATE T SET A='x' WHERE B=1", "SELECT * FROM T WHERE A=?", "SELECT * FROM T WHERE A=:a",
                           "SELECT * FROM T WHERE A='x'; SELECT 1", "SELECT * FROM T WHERE A=X'00'",
-                          "SELECT * FROM T WHERE A='unterminated", "  ", "WITH c AS (SELECT 1) SELECT * FROM c"})
+                          "SELECT * FROM T WHERE A='unterminated",
+                          "SELECT * FROM T WHERE A='ends in a doubled quote''", "  ", "WITH c AS (SELECT 1) SELECT * FROM c"})
     EXPECT_FALSE(ParameterizeWhereLiterals(sql).has_value()) << sql;
 }
 
@@ -69,6 +70,9 @@ TEST(WhereParameters, ARefusedLookupReportsItsOwnText) {
             "near \"'b'\": syntax error in: SELECT * FROM Currencies WHERE ISOCode='a' 'b'");
   EXPECT_EQ(ErrorOf([&] { db->Query("SELECT * FROM Currencies WHERE Nope='a'"); }, ErrorCode::kDatabase),
             "no such column: Nope in: SELECT * FROM Currencies WHERE Nope='a'");
+  // A literal left open is refused as SQLite refuses it, also where it ends in a doubled quote.
+  EXPECT_EQ(ErrorOf([&] { db->Query("SELECT * FROM Currencies WHERE ISOCode='a''"); }, ErrorCode::kDatabase),
+            "unrecognized token: \"'a''\" in: SELECT * FROM Currencies WHERE ISOCode='a''");
 }
 
 TEST(WhereParameters, ALookupSeesAChangeOfTheTablesColumns) {
