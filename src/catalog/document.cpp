@@ -317,6 +317,18 @@ std::optional<LoadError> Settle(const XmlVerdict& verdict, const DomOutcome& dom
   return error;
 }
 
+// The offsets at which the lines of a UTF-8 text begin (CR LF, CR and LF each end a line), and last the
+// text's length.
+std::vector<std::size_t> LineStarts(const std::string& text) {
+  std::vector<std::size_t> starts{0};
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const char c = text[i];
+    if (c == '\n' || (c == '\r' && (i + 1 >= text.size() || text[i + 1] != '\n'))) starts.push_back(i + 1);
+  }
+  starts.push_back(text.size());
+  return starts;
+}
+
 }  // namespace
 
 // ---- Node ------------------------------------------------------------------------------------------------
@@ -451,6 +463,7 @@ Document::~Document() = default;
 bool Document::Load(const std::string& path) {
   index_.reset();
   doc_.reset();
+  ForgetSource();
   const ReadHandle file(path);
   if (file.status() != pugi::status_ok) return Finish(LoadError{ParserReason(file.status()), 0, 0});
   const std::filesystem::path file_path = PathFromUtf8(path);
@@ -461,6 +474,7 @@ bool Document::Load(const std::string& path) {
 
   XmlVerdict verdict;
   DomOutcome dom;
+  std::unique_ptr<ItemIndex> prepared;
   pugi::xml_parse_status read = pugi::status_ok;
   if (regular) {
     // The check runs on a second thread and reads the file itself, in chunks, through a handle of its own.
@@ -487,6 +501,8 @@ bool Document::Load(const std::string& path) {
         ParseBuffer buffer;
         read = ReadAll(file.get(), static_cast<std::size_t>(before->size), buffer);
         if (read == pugi::status_ok) dom.parsed = ParseInPlace(doc_, buffer, prolog->encoding);
+        // The check takes longer than the parse: meanwhile the planned lookups get their tables.
+        if (dom.parsed && *dom.parsed) prepared = PreparedIndex();
       }
     }
     if (check_failure) {
@@ -512,12 +528,31 @@ bool Document::Load(const std::string& path) {
     }
   }
   if (read != pugi::status_ok) return Finish(LoadError{ParserReason(read), 0, 0});
-  return Finish(Settle(verdict, dom, [&] { return regular ? ReadAgain(path) : std::nullopt; }));
+  if (dom.parsed && *dom.parsed && regular) {
+    source_path_ = path;
+    source_encoding_ = dom.parsed->encoding;
+  }
+  if (!Finish(Settle(verdict, dom, [&] { return regular ? ReadAgain(path) : std::nullopt; }))) return false;
+  index_ = std::move(prepared);
+  return true;
+}
+
+std::unique_ptr<ItemIndex> Document::PreparedIndex() const {
+  auto index = std::make_unique<ItemIndex>(doc_);
+  for (const std::string& section : plan_.by_number)
+    if (IsNameStep(section)) index->ItemByNumber(section, 0);
+  for (const std::string& section : plan_.by_text)
+    if (IsNameStep(section)) index->ItemByText(section, {});
+  for (const std::string& section : plan_.anywhere)
+    if (IsNameStep(section)) index->ElementAnywhere(section + "Item", {});
+  if (plan_.page_data) index->PageDataItem({}, {});
+  return index;
 }
 
 bool Document::LoadXml(std::string_view text) {
   index_.reset();
   doc_.reset();
+  ForgetSource();
   XmlMemorySource source(text);
   const XmlVerdict verdict = CheckXml(source, XmlInput::kUtf8Text);
   DomOutcome dom;
@@ -526,6 +561,7 @@ bool Document::LoadXml(std::string_view text) {
     dom.built = BuildDomFromXml(again, XmlInput::kUtf8Text, doc_);
   } else if (!verdict.fault) {
     dom.parsed = doc_.load_buffer(text.data(), text.size(), kParseOptions, pugi::encoding_utf8);
+    if (*dom.parsed) source_text_ = std::string(text);
   }
   return Finish(Settle(verdict, dom, [&] { return std::optional<std::string>(text); }));
 }
@@ -539,6 +575,31 @@ bool Document::Finish(std::optional<LoadError> error) {
   doc_.reset();
   error_ = std::move(*error);
   return false;
+}
+
+void Document::ForgetSource() {
+  source_path_.clear();
+  source_encoding_ = pugi::encoding_utf8;
+  source_text_.reset();
+  line_starts_.reset();
+}
+
+std::size_t Document::LineOf(const Node& node) const {
+  if (node.empty() || node.raw().attribute()) return 0;
+  const std::ptrdiff_t offset = node.raw().node().offset_debug();
+  if (offset < 0 || (!source_text_ && source_path_.empty())) return 0;
+  if (!line_starts_) {
+    std::optional<std::string> text = source_text_;
+    if (!text) {
+      text = ReadAgain(source_path_);
+      if (text) *text = ToUtf8(*text, source_encoding_);
+    }
+    line_starts_ = LineStarts(text ? *text : std::string());
+  }
+  const std::vector<std::size_t>& starts = *line_starts_;
+  if (starts.empty() || static_cast<std::size_t>(offset) >= starts.back()) return 0;  // beyond the text read
+  return static_cast<std::size_t>(std::upper_bound(starts.begin(), starts.end() - 1, static_cast<std::size_t>(offset)) -
+                                  starts.begin());
 }
 
 Node Document::DocumentElement() const {

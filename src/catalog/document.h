@@ -9,6 +9,7 @@
 #include <pugixml.hpp>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "common/value.h"
@@ -100,6 +101,16 @@ class ItemIndex;
 // a `k` that holds a quote is evaluated as the XPath text it makes (which may raise kInvalidArgument). Only
 // nodes are indexed, never NewPKID values, which the run sets while it reads them; a changed PKID, ElType or
 // ElRef attribute drops the index.
+// The lookups that a run of the importers is going to make. A load that knows them builds their index tables
+// while the conforming check of the file still runs on its own thread, instead of at the first lookup; the
+// answers are the same either way.
+struct LookupPlan {
+  std::vector<std::string> by_number;  // sections of ItemByNumber
+  std::vector<std::string> by_text;    // sections of ItemByText
+  std::vector<std::string> anywhere;   // sections of ItemAnywhere
+  bool page_data = false;              // PageDataItem
+};
+
 class Document {
  public:
   Document();
@@ -116,6 +127,8 @@ class Document {
   // as Load.
   bool LoadXml(std::string_view text);
   const LoadError& load_error() const { return error_; }
+  // The lookups the next loads prepare (see LookupPlan).
+  void PlanLookups(LookupPlan plan) { plan_ = std::move(plan); }
 
   Node DocumentElement() const;  // empty when the document has none
   // XPath 1.0 from the document node.
@@ -129,13 +142,28 @@ class Document {
   Node ItemAnywhere(std::string_view section, std::string_view key) const;
   Node PageDataItem(std::int32_t element_type, std::int32_t element_key) const;
 
+  // The 1-based line of the loaded text on which the element starts, 0 when that is not known (a document
+  // built from the events of a conforming parser because it has an internal DTD subset, an element added
+  // after the load, a file changed since). The lines are counted on the first call, by reading the file
+  // again, so that a load costs nothing for them.
+  std::size_t LineOf(const Node& node) const;
+
  private:
   ItemIndex& Index() const;
+  // A new index with the tables of the lookup plan built.
+  std::unique_ptr<ItemIndex> PreparedIndex() const;
   // Ends a load: keeps the new content, or on `error` empties the document and keeps why.
   bool Finish(std::optional<LoadError> error);
+  void ForgetSource();
   pugi::xml_document doc_;
   LoadError error_;
   mutable std::unique_ptr<ItemIndex> index_;  // built on first use; dropped when the content is replaced
+  LookupPlan plan_;
+  // Where the parsed text came from, for LineOf: a file and its encoding, or the text of LoadXml.
+  std::string source_path_;
+  pugi::xml_encoding source_encoding_ = pugi::encoding_utf8;
+  std::optional<std::string> source_text_;
+  mutable std::optional<std::vector<std::size_t>> line_starts_;  // offsets (in UTF-8) where lines begin
 };
 
 }  // namespace cvimp::catalog

@@ -403,6 +403,12 @@ TEST(DocumentAttributes, GetAttributeGivesTextOrNull) {
   EXPECT_EQ(r.GetAttribute("Empty"), Value(""));
   EXPECT_TRUE(r.GetAttribute("Missing").is_null());
   EXPECT_TRUE(r.GetAttribute("pkid").is_null());  // names are case-sensitive
+  EXPECT_TRUE(r.GetAttribute("PKI").is_null());
+  EXPECT_TRUE(r.GetAttribute("PKIDX").is_null());
+  EXPECT_TRUE(r.GetAttribute("").is_null());
+  // A name ends at a NUL, as a C string does.
+  EXPECT_EQ(r.GetAttribute(std::string_view("PKID\0x", 6)), Value("5"));
+  EXPECT_EQ(r.AttributeText(std::string_view("Empty\0", 6)), "");
 }
 
 TEST(DocumentAttributes, GetAttributeOfANonElementIsNull) {
@@ -573,6 +579,59 @@ TEST(DocumentEmptyNode, DocumentElementOfAFailedLoadIsEmpty) {
   Document doc;
   ASSERT_FALSE(doc.LoadXml("<CalvoraCatalog>"));
   EXPECT_EQ(RaisedCode([&] { doc.DocumentElement().ChildNodes(); }), ErrorCode::kObjectRequired);
+}
+
+// ---- Lines of elements ----------------------------------------------------------------------------------
+
+std::vector<std::size_t> ProductLines(const Document& doc) {
+  std::vector<std::size_t> lines;
+  for (const Node& item : doc.SectionItems("Products")) lines.push_back(doc.LineOf(item));
+  return lines;
+}
+
+TEST(DocumentLines, LoadXmlGivesTheLineOfEachElementsStartTag) {
+  Document doc;
+  ASSERT_TRUE(doc.LoadXml(kCatalog));
+  EXPECT_EQ(ProductLines(doc), (std::vector<std::size_t>{4, 5, 6, 7}));
+  EXPECT_EQ(doc.LineOf(doc.DocumentElement()), 2u);
+  EXPECT_EQ(doc.LineOf(Node()), 0u);
+}
+
+TEST(DocumentLines, AFileCountsCrLfAndLoneCrAsOneLineEnd) {
+  TempFile file("lines_crlf.xml",
+                "<CalvoraCatalog>\r\n<Products>\r<ProductsItem PKID=\"1\"/>\r\n\r\n<ProductsItem PKID=\"2\"\r\n"
+                "/><ProductsItem PKID=\"3\"/></Products></CalvoraCatalog>");
+  Document doc;
+  ASSERT_TRUE(doc.Load(file.path())) << doc.load_error().reason;
+  EXPECT_EQ(ProductLines(doc), (std::vector<std::size_t>{3, 5, 6}));
+}
+
+TEST(DocumentLines, AUtf16FileCountsLinesInItsCharacters) {
+  const std::string text =
+      "<CalvoraCatalog>\n<Products>\n<ProductsItem Name=\"\xE4\"/>\n<ProductsItem/>\n"
+      "</Products></CalvoraCatalog>";
+  std::string bytes = "\xFF\xFE";
+  for (char c : text) bytes += std::string{c, '\0'};
+  TempFile file("lines_utf16.xml", bytes);
+  Document doc;
+  ASSERT_TRUE(doc.Load(file.path())) << doc.load_error().reason;
+  EXPECT_EQ(ProductLines(doc), (std::vector<std::size_t>{3, 4}));
+}
+
+TEST(DocumentLines, ADocumentBuiltFromItsInternalSubsetHasNoLines) {
+  Document doc;
+  ASSERT_TRUE(
+      doc.LoadXml("<!DOCTYPE CalvoraCatalog [<!ENTITY e \"x\">]>\n<CalvoraCatalog>\n<Products>\n"
+                  "<ProductsItem Name=\"&e;\"/>\n</Products></CalvoraCatalog>"));
+  EXPECT_EQ(ProductLines(doc), (std::vector<std::size_t>{0}));
+}
+
+TEST(DocumentLines, AnotherLoadForgetsTheLinesOfThePreviousText) {
+  Document doc;
+  ASSERT_TRUE(doc.LoadXml(kCatalog));
+  EXPECT_EQ(ProductLines(doc).front(), 4u);
+  ASSERT_TRUE(doc.LoadXml("<CalvoraCatalog><Products><ProductsItem/></Products></CalvoraCatalog>"));
+  EXPECT_EQ(ProductLines(doc), (std::vector<std::size_t>{1}));
 }
 
 }  // namespace

@@ -12,6 +12,9 @@
 //
 // Writing every statement through on_error(...) in both regimes keeps the two kinds of routine alike to
 // read; the regime in the first line is the one thing that differs.
+//
+// A regime that skips failing statements may carry a sink, which hears of each statement it skipped (a host
+// that reports on the run listens there). The sink only listens: the statement is skipped all the same.
 #pragma once
 
 #include <exception>
@@ -20,10 +23,19 @@
 
 namespace cvimp {
 
+// Hears of the statements that a regime skipped.
+class SkippedStatementSink {
+ public:
+  virtual void StatementSkipped(const std::exception& error) = 0;
+
+ protected:
+  ~SkippedStatementSink() = default;
+};
+
 class ErrorRegime {
  public:
-  static ErrorRegime SkipFailingStatements() { return ErrorRegime(true); }
-  static ErrorRegime EndAtFirstError() { return ErrorRegime(false); }
+  static ErrorRegime SkipFailingStatements(SkippedStatementSink* sink = nullptr) { return ErrorRegime(true, sink); }
+  static ErrorRegime EndAtFirstError() { return ErrorRegime(false, nullptr); }
 
   bool skips_failing_statements() const { return skip_; }
 
@@ -38,14 +50,16 @@ class ErrorRegime {
     try {
       std::forward<Statement>(statement)();
       return true;
-    } catch (const std::exception&) {
+    } catch (const std::exception& error) {
+      if (sink_) sink_->StatementSkipped(error);
       return false;
     }
   }
 
  private:
-  explicit ErrorRegime(bool skip) : skip_(skip) {}
+  ErrorRegime(bool skip, SkippedStatementSink* sink) : skip_(skip), sink_(sink) {}
   bool skip_;
+  SkippedStatementSink* sink_;
 };
 
 }  // namespace cvimp

@@ -93,5 +93,28 @@ TEST(ErrorRegime, CallerRegimeDecidesAboutAnErrorThatEndedACallee) {
   EXPECT_EQ(ran, (std::vector<std::string>{"first", "next importer"}));
 }
 
+// A sink that keeps the text of every error it hears of.
+class KeptErrors : public SkippedStatementSink {
+ public:
+  void StatementSkipped(const std::exception& error) override { texts.push_back(error.what()); }
+  std::vector<std::string> texts;
+};
+
+TEST(SkipFailingStatements, SinkHearsOfEachSkippedStatementOnly) {
+  KeptErrors sink;
+  const ErrorRegime on_error = ErrorRegime::SkipFailingStatements(&sink);
+  int x = 1;
+  EXPECT_TRUE(on_error([&] { x = 2; }));
+  EXPECT_FALSE(on_error([&] { x = FailingComputation(); }));
+  EXPECT_FALSE(on_error([] { throw std::runtime_error("second"); }));
+  EXPECT_EQ(x, 2);
+  EXPECT_EQ(sink.texts, (std::vector<std::string>{"Type mismatch", "second"}));
+}
+
+TEST(EndAtFirstError, HasNoSinkToTell) {
+  const ErrorRegime on_error = ErrorRegime::EndAtFirstError();
+  EXPECT_THROW(on_error([] { FailingComputation(); }), Error);
+}
+
 }  // namespace
 }  // namespace cvimp

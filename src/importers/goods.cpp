@@ -29,27 +29,31 @@ using importers::WorkingRecordset;
 // later in the file), its long description from the item's own text; the second pass sets the parents once
 // every category has its NewPKID. The default thumbnail is never written.
 void Manager::ImportCategories() {
-  const auto on_error = ErrorRegime::SkipFailingStatements();
+  const auto on_error = SkipFailingStatements();
 
   const catalog::NodeList items = importers::StartSection(*this, on_error, "Categories", "Importiere Warengruppen");
   const std::size_t count = items.size();
+  importers::TrackKey(*this, {"ID"});
 
   std::string name, key;
   std::int32_t old_key = 0;
   for (std::size_t i = 1; i <= count; ++i) {
     catalog::Node item = items[i - 1];
+    importers::TrackItem(*this, i, item);
     on_error([&] { name = NzText(item.GetAttribute("Name"), ""); });
     on_error([&] {
       ShowItemProgress(*this, count, i,
                        "Importiere Warengruppe " + std::to_string(i) + " von: " + std::to_string(count) + " |" + name);
     });
-    bool is_new = false;
+    bool is_new = false, saved = false;
     on_error([&] { old_key = NzLong(item.GetAttribute("PKID"), 0); });
     on_error([&] { key = NzText(item.GetAttribute("ID"), ""); });
     on_error([&] { OpenLookup(*this, "SELECT * FROM Categories WHERE ID='" + SqlQuote(*this, key) + "'"); });
+    const bool found = importers::TrackFound(*this);
     if (!RecordFound(working_recordset()) && ModeCreates(update_mode())) {
       on_error([&] { WorkingRecordset(*this).AddNew("ID", key); });
-      on_error([&] { WorkingRecordset(*this).Update(); });
+      if (on_error([&] { WorkingRecordset(*this).Update(); }))
+        importers::TrackOutcome(*this, "Categories", found, true, false);
       on_error([&] { item.SetAttribute("NewPKID", WorkingRecordset(*this).GetValue("PKID")); });
       on_error([&] { WorkingRecordset(*this).MoveLast(); });
       is_new = true;
@@ -65,11 +69,13 @@ void Manager::ImportCategories() {
         else
           on_error([&] { CopyField(*this, field, item); });
       });
-      on_error([&] { WorkingRecordset(*this).Update(); });
+      saved = on_error([&] { WorkingRecordset(*this).Update(); });
       on_error([&] { ImportPageData(1, old_key, RecordKey(*this)); });
     }
+    if (!is_new) importers::TrackOutcome(*this, "Categories", found, false, saved);
     on_error([&] { WorkingRecordset(*this).Close(); });
   }
+  importers::TrackItem(*this, 0, {});
 
   // The parents. A category that the first pass left alone has no NewPKID and asks for the key 0.
   importers::SetTreeParents(*this, on_error, items, "Categories", "ParentCategoryFKID");
@@ -79,29 +85,33 @@ void Manager::ImportCategories() {
 // field translated (through the media items, and only while media are imported); every other field, foreign
 // keys included, is copied as the catalogue has it.
 void Manager::ImportProducts() {
-  const auto on_error = ErrorRegime::SkipFailingStatements();
+  const auto on_error = SkipFailingStatements();
 
   const catalog::NodeList items = importers::StartSection(*this, on_error, "Products", "Importiere Produkte");
   const std::size_t count = items.size();
+  importers::TrackKey(*this, {"ProductID"});
 
   std::string name, key;
   std::int32_t old_key = 0;
   for (std::size_t i = 1; i <= count; ++i) {
     catalog::Node item = items[i - 1];
+    importers::TrackItem(*this, i, item);
     on_error([&] { name = NzText(item.GetAttribute("Name"), ""); });
     on_error([&] {
       ShowItemProgress(*this, count, i,
                        "Importiere Produkt " + std::to_string(i) + " von:" + std::to_string(count) + " |" + name);
     });
-    bool is_new = false;
+    bool is_new = false, saved = false;
     on_error([&] { old_key = NzLong(item.GetAttribute("PKID"), 0); });
     on_error([&] { key = NzText(item.GetAttribute("ProductID"), ""); });
     on_error([&] { OpenLookup(*this, "SELECT * FROM Products WHERE ProductID='" + SqlQuote(*this, key) + "'"); });
+    const bool found = importers::TrackFound(*this);
     if (!RecordFound(working_recordset()) && ModeCreates(update_mode())) {
       on_error([&] { WorkingRecordset(*this).AddNew("ProductID", key); });
       // Before the save: the added record's key still reads Null, so the attribute is empty until the fill.
       on_error([&] { item.SetAttribute("NewPKID", WorkingRecordset(*this).GetValue("PKID")); });
-      on_error([&] { WorkingRecordset(*this).Update(); });
+      if (on_error([&] { WorkingRecordset(*this).Update(); }))
+        importers::TrackOutcome(*this, "Products", found, true, false);
       on_error([&] { WorkingRecordset(*this).MoveLast(); });
       is_new = true;
     }
@@ -120,11 +130,13 @@ void Manager::ImportProducts() {
           on_error([&] { CopyField(*this, field, item); });
         }
       });
-      on_error([&] { WorkingRecordset(*this).Update(); });
+      saved = on_error([&] { WorkingRecordset(*this).Update(); });
       on_error([&] { ImportPageData(2, old_key, RecordKey(*this)); });
     }
+    if (!is_new) importers::TrackOutcome(*this, "Products", found, false, saved);
     on_error([&] { WorkingRecordset(*this).Close(); });
   }
+  importers::TrackItem(*this, 0, {});
 }
 
 // Assignments are looked up by the new keys of their category and product, both found in the catalogue by
@@ -135,11 +147,13 @@ void Manager::ImportProducts2Categories() {
   const catalog::NodeList items =
       importers::StartSection(*this, on_error, "Products2Categories", "Produkte werden zugeordnet");
   const std::size_t count = items.size();
+  importers::TrackKey(*this, {"CategoryFKID", "ProductFKID"});
 
   for (std::size_t i = 1; i <= count; ++i) {
     catalog::Node item = items[i - 1];
+    importers::TrackItem(*this, i, item);
     on_error([&] { ShowItemProgress(*this, count, i, ""); });
-    bool is_new = false;
+    bool is_new = false, saved = false;
     const std::int32_t category = NzLong(item.GetAttribute("CategoryFKID"), 0);
     const std::int32_t product = NzLong(item.GetAttribute("ProductFKID"), 0);
     catalog::Node category_item, product_item;
@@ -152,11 +166,13 @@ void Manager::ImportProducts2Categories() {
       OpenLookup(*this, "SELECT * FROM Products2Categories WHERE CategoryFKID=" + std::to_string(new_category) +
                             " AND ProductFKID=" + std::to_string(new_product));
     });
+    const bool found = importers::TrackFound(*this);
     if (!RecordFound(working_recordset()) && ModeCreates(update_mode())) {
       on_error([&] { WorkingRecordset(*this).AddNew(); });
       on_error([&] { WorkingRecordset(*this).SetValue("CategoryFKID", new_category); });
       on_error([&] { WorkingRecordset(*this).SetValue("ProductFKID", new_product); });
-      on_error([&] { WorkingRecordset(*this).Update(); });
+      if (on_error([&] { WorkingRecordset(*this).Update(); }))
+        importers::TrackOutcome(*this, "Products2Categories", found, true, false);
       on_error([&] { WorkingRecordset(*this).MoveLast(); });
       is_new = true;
     }
@@ -166,10 +182,12 @@ void Manager::ImportProducts2Categories() {
         if (IsOneOf(field, {"PKID", "CategoryFKID", "ProductFKID"})) return;
         on_error([&] { CopyField(*this, field, item); });
       });
-      on_error([&] { WorkingRecordset(*this).Update(); });
+      saved = on_error([&] { WorkingRecordset(*this).Update(); });
     }
+    if (!is_new) importers::TrackOutcome(*this, "Products2Categories", found, false, saved);
     on_error([&] { WorkingRecordset(*this).Close(); });
   }
+  importers::TrackItem(*this, 0, {});
 }
 
 }  // namespace cvimp::plugin

@@ -53,7 +53,7 @@ constexpr MediaFolders kMediaFolders[] = {
 // the pair of the item before. A new medium is copied twice (the second copy finds the file and fails); no
 // copy ever overwrites a file, and its result is not looked at.
 void Manager::ImportMedia() {
-  const auto on_error = ErrorRegime::SkipFailingStatements();
+  const auto on_error = SkipFailingStatements();
 
   // The four target folders, made where missing, through a tools object of the media import's own.
   std::shared_ptr<HostTools> tools;
@@ -68,10 +68,12 @@ void Manager::ImportMedia() {
 
   const catalog::NodeList items = importers::StartSection(*this, on_error, "Media", "");
   const std::size_t count = items.size();
+  importers::TrackKey(*this, {"Src"});
   std::string source, target;  // the folder pair in force, carried from item to item
   std::string type, src;
   std::size_t i = 0;
   for (catalog::Node item : items) {
+    importers::TrackItem(*this, i + 1, item);
     on_error([&] { type = NzText(item.GetAttribute("MediaTypeFKID"), ""); });
     for (const MediaFolders& folders : kMediaFolders) {
       if (type != folders.type) continue;
@@ -80,7 +82,7 @@ void Manager::ImportMedia() {
     }
     on_error([&] { ShowItemProgress(*this, count, i, ""); });
     ++i;
-    bool is_new = false;
+    bool is_new = false, saved = false;
     on_error([&] { src = NzText(item.GetAttribute("Src"), ""); });
     on_error([&] {
       ShowItemProgress(*this, count, i,
@@ -88,12 +90,14 @@ void Manager::ImportMedia() {
     });
     auto copy_file = [&] { on_error([&] { platform().CopyFile(source + src, target + src, true); }); };
     on_error([&] { OpenLookup(*this, "SELECT * FROM Media WHERE Src='" + SqlQuote(*this, src) + "'"); });
+    const bool found = importers::TrackFound(*this);
     if (!RecordFound(working_recordset()) && ModeCreates(update_mode())) {
       on_error([&] { WorkingRecordset(*this).AddNew(); });
       on_error([&] { WorkingRecordset(*this).SetValue("Src", src); });
       on_error([&] { WorkingRecordset(*this).SetValue("MediaTypeFKID", std::int32_t{1}); });
       on_error([&] { WorkingRecordset(*this).SetValue("RefCounter", std::int32_t{1}); });
-      on_error([&] { WorkingRecordset(*this).Update(); });
+      if (on_error([&] { WorkingRecordset(*this).Update(); }))
+        importers::TrackOutcome(*this, "Media", found, true, false);
       on_error([&] { item.SetAttribute("NewPKID", WorkingRecordset(*this).GetValue("PKID")); });
       on_error([&] { WorkingRecordset(*this).MoveLast(); });
       is_new = true;
@@ -106,10 +110,12 @@ void Manager::ImportMedia() {
         if (IsOneOf(field, {"PKID", "PublishAlways", "IsReferenced", "LastModifiedDate"})) return;
         on_error([&] { CopyField(*this, field, item); });
       });
-      on_error([&] { WorkingRecordset(*this).Update(); });
+      saved = on_error([&] { WorkingRecordset(*this).Update(); });
     }
+    if (!is_new) importers::TrackOutcome(*this, "Media", found, false, saved);
     on_error([&] { WorkingRecordset(*this).Close(); });
   }
+  importers::TrackItem(*this, 0, {});
 }
 
 // Assignments are looked up by Name. Their NewPKID is the record's MediaFKID; ElRef is translated through the
@@ -119,8 +125,10 @@ void Manager::ImportElement2Media() {
 
   const catalog::NodeList items = importers::StartSection(*this, on_error, "Element2Media", "Medien werden zugeordnet");
   const std::size_t count = items.size();
+  importers::TrackKey(*this, {"Name"});
   for (std::size_t i = 1; i <= count; ++i) {
     catalog::Node item = items[i - 1];
+    importers::TrackItem(*this, i, item);
     const std::string name = NzText(item.GetAttribute("Name"), "");
     std::int32_t element_key = 0;
     on_error([&] { element_key = TextToLong(item.AttributeText("ElRef"), "ElRef"); });
@@ -128,12 +136,14 @@ void Manager::ImportElement2Media() {
       ShowItemProgress(*this, count, i,
                        "Medien werden zugeordnet " + std::to_string(i) + " von:" + std::to_string(count) + " |" + name);
     });
-    bool is_new = false;
+    bool is_new = false, saved = false;
     on_error([&] { OpenLookup(*this, "SELECT * FROM Element2Media WHERE Name='" + SqlQuote(*this, name) + "'"); });
+    const bool found = importers::TrackFound(*this);
     if (!RecordFound(working_recordset()) && ModeCreates(update_mode())) {
       on_error([&] { WorkingRecordset(*this).AddNew("Name", name); });
       on_error([&] { item.SetAttribute("NewPKID", WorkingRecordset(*this).GetValue("MediaFKID")); });
-      on_error([&] { WorkingRecordset(*this).Update(); });
+      if (on_error([&] { WorkingRecordset(*this).Update(); }))
+        importers::TrackOutcome(*this, "Element2Media", found, true, false);
       on_error([&] { WorkingRecordset(*this).MoveLast(); });
       is_new = true;
     }
@@ -146,10 +156,12 @@ void Manager::ImportElement2Media() {
         else
           on_error([&] { CopyField(*this, field, item); });  // MediaFKID included, untranslated
       });
-      on_error([&] { WorkingRecordset(*this).Update(); });
+      saved = on_error([&] { WorkingRecordset(*this).Update(); });
     }
+    if (!is_new) importers::TrackOutcome(*this, "Element2Media", found, false, saved);
     on_error([&] { WorkingRecordset(*this).Close(); });
   }
+  importers::TrackItem(*this, 0, {});
 }
 
 }  // namespace cvimp::plugin

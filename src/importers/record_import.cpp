@@ -7,6 +7,7 @@
 #include "common/ascii_case.h"
 #include "common/error.h"
 #include "common/numeric.h"
+#include "plugin/import_tracker.h"
 #include "settings/frm_vel_xml_settings.h"
 
 namespace cvimp::importers {
@@ -90,7 +91,9 @@ catalog::NodeList StartSection(plugin::Manager& manager, const ErrorRegime& on_e
 void SetTreeParents(plugin::Manager& manager, const ErrorRegime& on_error, const catalog::NodeList& items,
                     std::string_view section, std::string_view parent_field) {
   std::int32_t new_key = 0, parent = 0;
+  std::size_t position = 0;
   for (const catalog::Node& item : items) {
+    TrackItem(manager, ++position, item);
     on_error([&] { new_key = catalog::NzLong(item.GetAttribute("NewPKID"), 0); });
     on_error([&] { parent = catalog::NzLong(item.GetAttribute(parent_field), 0); });
     if (parent <= 0) continue;
@@ -108,6 +111,7 @@ void SetTreeParents(plugin::Manager& manager, const ErrorRegime& on_error, const
     }
     on_error([&] { WorkingRecordset(manager).Close(); });
   }
+  TrackItem(manager, 0, {});
 }
 
 std::int32_t RecordKey(const plugin::Manager& manager) {
@@ -211,6 +215,12 @@ void CopyField(plugin::Manager& manager, const recordset::Column& field, const c
 
 void RunTableImport(plugin::Manager& manager, const TableImport& import) {
   const ErrorRegime& on_error = import.on_error;
+  plugin::ImportTracker* const tracker = manager.tracker();
+  if (tracker) {
+    std::vector<std::string> key;
+    for (const KeyPart& part : import.key) key.emplace_back(part.attribute);
+    tracker->SetKey(std::move(key));
+  }
 
   const catalog::NodeList items = StartSection(manager, on_error, import.section, import.start_text);
   const std::size_t count = items.size();
@@ -221,6 +231,7 @@ void RunTableImport(plugin::Manager& manager, const TableImport& import) {
   std::string sql;
   for (std::size_t i = 1; i <= count; ++i) {
     item.node = items[i - 1];
+    if (tracker) tracker->Item(i, item.node);
     on_error([&] { ShowItemProgress(manager, count, i, ""); });
     item.created_here = false;
     if (import.new_pkid == NewPkid::kPresetToPkid) {
@@ -234,14 +245,18 @@ void RunTableImport(plugin::Manager& manager, const TableImport& import) {
     on_error([&] { sql = import.statement ? import.statement(item) : LookupStatement(manager, import, item.key); });
     on_error([&] { OpenLookup(manager, sql); });
 
+    const bool found = tracker && catalog::RecordFound(manager.working_recordset());
+    bool created = false, saved = false;
     if (!catalog::RecordFound(manager.working_recordset()) && ModeCreates(manager.update_mode())) {
+      if (tracker) tracker->Doing("adding the record");
       on_error([&] {
         if (import.create)
           import.create(item);
         else
           WorkingRecordset(manager).AddNew(import.key.at(0).field, item.key.at(0));
       });
-      on_error([&] { WorkingRecordset(manager).Update(); });
+      created = on_error([&] { WorkingRecordset(manager).Update(); });
+      if (tracker && created) tracker->Outcome(import.section, found, true, false, manager.update_mode());
       on_error([&] { WorkingRecordset(manager).MoveLast(); });
       item.created_here = true;
     }
@@ -255,15 +270,22 @@ void RunTableImport(plugin::Manager& manager, const TableImport& import) {
         recordset::Column field;
         if (!on_error([&] { field = WorkingRecordset(manager).FieldAt(f); })) continue;
         if (Skipped(import, field.name)) continue;
+        if (tracker) tracker->Field(field.name);
         if (const FieldRule* rule = RuleFor(import, field.name))
           on_error([&] { (*rule)(item, field.name); });
         else
           on_error([&] { CopyField(manager, field, item.node); });
       }
-      on_error([&] { WorkingRecordset(manager).Update(); });
+      if (tracker) tracker->Doing("saving the record");
+      saved = on_error([&] { WorkingRecordset(manager).Update(); });
+    }
+    if (tracker) {
+      tracker->Doing({});
+      if (!item.created_here) tracker->Outcome(import.section, found, false, saved, manager.update_mode());
     }
     on_error([&] { WorkingRecordset(manager).Close(); });
   }
+  if (tracker) tracker->Item(0, {});
 }
 
 }  // namespace cvimp::importers

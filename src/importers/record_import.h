@@ -18,8 +18,10 @@
 #include <vector>
 
 #include "catalog/document.h"
+#include "catalog/value_helpers.h"
 #include "common/ascii_case.h"
 #include "common/error_regime.h"
+#include "plugin/import_tracker.h"
 #include "plugin/manager.h"
 #include "recordset/recordset.h"
 
@@ -178,15 +180,41 @@ inline bool ModeUpdates(std::int16_t mode, bool created_here) { return mode == 0
 
 // Walks the fields of the working recordset's current record in their order; reading the field list and each
 // field is a statement of the caller's regime.
+// With an observer, the tracker hears of the field in hand, and of none once the walk is done.
 template <class Visit>
 void ForEachField(plugin::Manager& manager, const ErrorRegime& on_error, Visit&& visit) {
+  plugin::ImportTracker* const tracker = manager.tracker();
   std::size_t count = 0;
   on_error([&] { count = WorkingRecordset(manager).FieldCount(); });
   for (std::size_t f = 0; f < count; ++f) {
     recordset::Column field;
     if (!on_error([&] { field = WorkingRecordset(manager).FieldAt(f); })) continue;
+    if (tracker) tracker->Field(field.name);
     visit(field);
   }
+  if (tracker) tracker->Field({});
+}
+
+// ---- What the importers written as routines of their own tell the host's observer ------------------------
+// Each does nothing without an observer.
+
+// The natural key of the section's items, read as these attributes.
+inline void TrackKey(plugin::Manager& manager, std::initializer_list<std::string_view> attributes) {
+  if (plugin::ImportTracker* tracker = manager.tracker()) tracker->SetKey(attributes);
+}
+// The item in hand (1-based position; 0 and no node once the loop is done).
+inline void TrackItem(plugin::Manager& manager, std::size_t position, const catalog::Node& node) {
+  if (plugin::ImportTracker* tracker = manager.tracker()) tracker->Item(position, node);
+}
+// Whether the working recordset holds a record, asked only when an observer listens.
+inline bool TrackFound(plugin::Manager& manager) {
+  return manager.tracker() && catalog::RecordFound(manager.working_recordset());
+}
+// What became of the item's record (ImportTracker::Outcome); `key` names a record that is not the item's own.
+inline void TrackOutcome(plugin::Manager& manager, std::string_view table, bool found, bool created, bool saved,
+                         const std::string& key = {}) {
+  if (plugin::ImportTracker* tracker = manager.tracker())
+    tracker->Outcome(table, found, created, saved, manager.update_mode(), key);
 }
 
 // The PKID of the working recordset's current record as a 32-bit whole number; no current record, or a key

@@ -35,18 +35,22 @@ void Manager::ImportFolders() {
 
   const catalog::NodeList items = importers::StartSection(*this, on_error, "Folders", "Importiere Ordner");
   const std::size_t count = items.size();
+  importers::TrackKey(*this, {"Name"});
 
   for (std::size_t i = 1; i <= count; ++i) {
     catalog::Node item = items[i - 1];
+    importers::TrackItem(*this, i, item);
     on_error([&] { ShowItemProgress(*this, count, i, ""); });
-    bool is_new = false;
+    bool is_new = false, saved = false;
     const std::int32_t old_key = NzLong(item.GetAttribute("PKID"), 0);
     const std::string name = NzText(item.GetAttribute("Name"), "");
     on_error([&] { item.SetAttribute("NewPKID", old_key); });
     on_error([&] { OpenLookup(*this, "SELECT * FROM Folders WHERE Name='" + SqlQuote(*this, name) + "'"); });
+    const bool found = importers::TrackFound(*this);
     if (!RecordFound(working_recordset()) && ModeCreates(update_mode())) {
       on_error([&] { WorkingRecordset(*this).AddNew("Name", name); });
-      on_error([&] { WorkingRecordset(*this).Update(); });
+      if (on_error([&] { WorkingRecordset(*this).Update(); }))
+        importers::TrackOutcome(*this, "Folders", found, true, false);
       on_error([&] { WorkingRecordset(*this).MoveLast(); });
       is_new = true;
     }
@@ -59,7 +63,8 @@ void Manager::ImportFolders() {
     });
     if (elsewhere) {
       on_error([&] { WorkingRecordset(*this).AddNew("Name", name); });
-      on_error([&] { WorkingRecordset(*this).Update(); });
+      if (on_error([&] { WorkingRecordset(*this).Update(); }))
+        importers::TrackOutcome(*this, "Folders", found, true, false);
       on_error([&] { WorkingRecordset(*this).MoveLast(); });
       is_new = true;
     }
@@ -72,10 +77,12 @@ void Manager::ImportFolders() {
         else
           on_error([&] { CopyField(*this, field, item); });
       });
-      on_error([&] { WorkingRecordset(*this).Update(); });
+      saved = on_error([&] { WorkingRecordset(*this).Update(); });
     }
+    if (!is_new) importers::TrackOutcome(*this, "Folders", found, false, saved);
     on_error([&] { WorkingRecordset(*this).Close(); });
   }
+  importers::TrackItem(*this, 0, {});
 
   // The parents: the NewPKID of the parent item, for the target folder that has the item's NewPKID.
   importers::SetTreeParents(*this, on_error, items, "Folders", "ParentFolderFKID");
@@ -89,21 +96,25 @@ void Manager::ImportPages() {
 
   const catalog::NodeList items = importers::StartSection(*this, on_error, "Pages", "Importiere Seiten");
   const std::size_t count = items.size();
+  importers::TrackKey(*this, {"ID"});
 
   for (std::size_t i = 1; i <= count; ++i) {
     catalog::Node item = items[i - 1];
+    importers::TrackItem(*this, i, item);
     on_error([&] { ShowItemProgress(*this, count, i, ""); });
-    bool is_new = false;
+    bool is_new = false, saved = false;
     const std::int32_t old_key = NzLong(item.GetAttribute("PKID"), 0);
     const std::string key = NzText(item.GetAttribute("ID"), "");
     on_error([&] { item.SetAttribute("NewPKID", old_key); });
     on_error([&] { OpenLookup(*this, "SELECT * FROM Pages WHERE ID='" + SqlQuote(*this, key) + "'"); });
+    const bool found = importers::TrackFound(*this);
     if (!RecordFound(working_recordset()) && ModeCreates(update_mode())) {
       on_error([&] { WorkingRecordset(*this).AddNew(); });
       on_error([&] { WorkingRecordset(*this).SetValue("ID", key); });
       on_error([&] { WorkingRecordset(*this).SetValue("PageName", "temp"); });
       on_error([&] { WorkingRecordset(*this).SetValue("PageTitle", "temp"); });
-      on_error([&] { WorkingRecordset(*this).Update(); });
+      if (on_error([&] { WorkingRecordset(*this).Update(); }))
+        importers::TrackOutcome(*this, "Pages", found, true, false);
       on_error([&] { WorkingRecordset(*this).MoveLast(); });
       is_new = true;
     }
@@ -113,11 +124,13 @@ void Manager::ImportPages() {
         if (IsOneOf(field, {"PKID", "PageIntro", "Depth"})) return;
         on_error([&] { CopyField(*this, field, item); });
       });
-      on_error([&] { WorkingRecordset(*this).Update(); });
+      saved = on_error([&] { WorkingRecordset(*this).Update(); });
       on_error([&] { ImportPageData(0, old_key, RecordKey(*this)); });
     }
+    if (!is_new) importers::TrackOutcome(*this, "Pages", found, false, saved);
     on_error([&] { WorkingRecordset(*this).Close(); });
   }
+  importers::TrackItem(*this, 0, {});
   // No second pass: the page parents are deliberately left as the catalogue has them.
 }
 
@@ -125,7 +138,7 @@ void Manager::ImportPages() {
 // and in the database by element type and the element's new key. It works on a working recordset of its own,
 // which it leaves open: the caller's recordset is released, and the caller's close then closes this one.
 void Manager::ImportPageData(std::int16_t element_type, std::int32_t old_key, std::int32_t new_key) {
-  const auto on_error = ErrorRegime::SkipFailingStatements();
+  const auto on_error = SkipFailingStatements();
 
   catalog::Node item;  // empty when the catalogue holds no page data for the element: every read of it fails
   on_error([&] { item = Use(catalog_document()).PageDataItem(element_type, old_key); });
@@ -135,17 +148,28 @@ void Manager::ImportPageData(std::int16_t element_type, std::int32_t old_key, st
     OpenLookup(*this, "SELECT * FROM PageData WHERE ElType=" + std::to_string(element_type) +
                           " AND ElRef=" + std::to_string(new_key));
   });
+  // The record is named by the element's type and catalogue key, as the catalogue's page data item is.
+  const std::string record =
+      tracker() ? "ElType=" + std::to_string(element_type) + ", ElRef=" + std::to_string(old_key) : std::string();
+  const bool found = importers::TrackFound(*this);
   if (!RecordFound(working_recordset()) && ModeCreates(update_mode())) {
     on_error([&] { WorkingRecordset(*this).AddNew(); });
     on_error([&] { WorkingRecordset(*this).SetValue("ElRef", new_key); });
     on_error([&] { WorkingRecordset(*this).SetValue("ElType", element_type); });
-    on_error([&] { WorkingRecordset(*this).Update(); });
+    if (on_error([&] { WorkingRecordset(*this).Update(); }))
+      importers::TrackOutcome(*this, "PageData", found, true, false, record);
     on_error([&] { WorkingRecordset(*this).MoveLast(); });
     is_new = true;
   }
-  if (!RecordFound(working_recordset()) || !ModeUpdates(update_mode(), is_new)) return;
+  if (!RecordFound(working_recordset()) || !ModeUpdates(update_mode(), is_new)) {
+    if (!is_new) importers::TrackOutcome(*this, "PageData", found, false, false, record);
+    return;
+  }
 
-  ForEachField(*this, on_error, [&](const recordset::Column& field) {
+  // Without a page data item in the catalogue every read of it fails: the fields keep their values, as
+  // intended, and an observer is not told of those skipped statements.
+  const ErrorRegime on_field_error = item.empty() ? ErrorRegime::SkipFailingStatements() : on_error;
+  ForEachField(*this, on_field_error, [&](const recordset::Column& field) {
     auto set = [&](const Value& value) { WorkingRecordset(*this).SetValue(field.name, value); };
     if (IsField(field, "ElRef")) return;  // set on insert only
     // The long texts, the meta data, the schedule and the back-reference switch are never taken from the
@@ -154,26 +178,27 @@ void Manager::ImportPageData(std::int16_t element_type, std::int32_t old_key, st
                         "LastStagedDate", "MetaKeywords", "IncludeBackRefs"}))
       return;
     if (IsField(field, "IntroSoundMRef")) {
-      on_error([&] { set(TranslateKey(NzLong(item.GetAttribute("IntroSoundMRef"), 0), "Media")); });
+      on_field_error([&] { set(TranslateKey(NzLong(item.GetAttribute("IntroSoundMRef"), 0), "Media")); });
     } else if (IsField(field, "OutputFolderRef")) {
-      on_error([&] { set(std::int32_t{0}); });
+      on_field_error([&] { set(std::int32_t{0}); });
       std::int32_t folder = 0;
-      on_error([&] { folder = NzLong(item.GetAttribute("OutputFolderRef"), 0); });
+      on_field_error([&] { folder = NzLong(item.GetAttribute("OutputFolderRef"), 0); });
       if (folder != 0) {
-        on_error([&] {
+        on_field_error([&] {
           const catalog::Node folder_item = Use(catalog_document()).ItemAnywhere("Folders", std::to_string(folder));
           set(NzLong(Value(importers::NewPkidText(folder_item)), 0));
         });
       }
     } else if (IsField(field, "ThumbMRef")) {
-      on_error([&] {
+      on_field_error([&] {
         if (auto media_key = importers::MediaKeyText(*this, item, "ThumbMRef")) set(*media_key);
       });
     } else {
-      on_error([&] { CopyField(*this, field, item); });  // PKID included; a key the database refuses is skipped
+      on_field_error([&] { CopyField(*this, field, item); });  // PKID included; a key the database refuses is skipped
     }
   });
-  on_error([&] { WorkingRecordset(*this).Update(); });
+  const bool saved = on_error([&] { WorkingRecordset(*this).Update(); });
+  if (!is_new) importers::TrackOutcome(*this, "PageData", found, false, saved, record);
 }
 
 }  // namespace cvimp::plugin

@@ -28,20 +28,24 @@ using importers::SqlQuote;
 using importers::WorkingRecordset;
 
 void Manager::ImportVariantTypes() {
-  const auto on_error = ErrorRegime::SkipFailingStatements();
+  const auto on_error = SkipFailingStatements();
 
   const catalog::NodeList items = importers::StartSection(*this, on_error, "VariantTypes", "");
   const std::size_t count = items.size();
+  importers::TrackKey(*this, {"Name"});
   std::string name;
   for (std::size_t i = 1; i <= count; ++i) {
     catalog::Node item = items[i - 1];
+    importers::TrackItem(*this, i, item);
     on_error([&] { ShowItemProgress(*this, count, i, ""); });
-    bool is_new = false;
+    bool is_new = false, saved = false;
     on_error([&] { name = NzText(item.GetAttribute("Name"), ""); });
     on_error([&] { OpenLookup(*this, "SELECT * FROM VariantTypes WHERE Name='" + SqlQuote(*this, name) + "'"); });
+    const bool found = importers::TrackFound(*this);
     if (!RecordFound(working_recordset()) && ModeCreates(update_mode())) {
       on_error([&] { WorkingRecordset(*this).AddNew("Name", name); });
-      on_error([&] { WorkingRecordset(*this).Update(); });
+      if (on_error([&] { WorkingRecordset(*this).Update(); }))
+        importers::TrackOutcome(*this, "VariantTypes", found, true, false);
       on_error([&] { WorkingRecordset(*this).MoveLast(); });
       on_error([&] { item.SetAttribute("NewPKID", WorkingRecordset(*this).GetValue("PKID")); });
       is_new = true;
@@ -51,25 +55,29 @@ void Manager::ImportVariantTypes() {
       ForEachField(*this, on_error, [&](const recordset::Column& field) {
         if (!IsField(field, "PKID")) on_error([&] { CopyField(*this, field, item); });
       });
-      on_error([&] { WorkingRecordset(*this).Update(); });
+      saved = on_error([&] { WorkingRecordset(*this).Update(); });
     }
+    if (!is_new) importers::TrackOutcome(*this, "VariantTypes", found, false, saved);
     on_error([&] { WorkingRecordset(*this).Close(); });
   }
+  importers::TrackItem(*this, 0, {});
 }
 
 // Values are looked up by their text and their translated type, the type found directly in the document by
 // the item's VariantFKID as it stands (compared as text).
 void Manager::ImportVariantValues() {
-  const auto on_error = ErrorRegime::SkipFailingStatements();
+  const auto on_error = SkipFailingStatements();
 
   const catalog::NodeList items = importers::StartSection(*this, on_error, "VariantValues", "");
   const std::size_t count = items.size();
+  importers::TrackKey(*this, {"Value", "VariantFKID"});
   std::string value, sql;
   std::int32_t type_key = 0;
   for (std::size_t i = 1; i <= count; ++i) {
     catalog::Node item = items[i - 1];
+    importers::TrackItem(*this, i, item);
     on_error([&] { ShowItemProgress(*this, count, i, ""); });
-    bool is_new = false;
+    bool is_new = false, saved = false;
     on_error([&] { value = NzText(item.GetAttribute("Value"), ""); });
     on_error([&] {
       type_key = importers::AnywhereNewKey(*this, "VariantTypes", NzText(item.GetAttribute("VariantFKID"), ""));
@@ -77,9 +85,11 @@ void Manager::ImportVariantValues() {
     on_error([&] { sql = "SELECT * FROM VariantValues WHERE Value='" + SqlQuote(*this, value) + "'"; });
     on_error([&] { sql += " AND VariantFKID=" + std::to_string(type_key); });
     on_error([&] { OpenLookup(*this, sql); });
+    const bool found = importers::TrackFound(*this);
     if (!RecordFound(working_recordset()) && ModeCreates(update_mode())) {
       on_error([&] { WorkingRecordset(*this).AddNew("Value", value); });
-      on_error([&] { WorkingRecordset(*this).Update(); });
+      if (on_error([&] { WorkingRecordset(*this).Update(); }))
+        importers::TrackOutcome(*this, "VariantValues", found, true, false);
       on_error([&] { item.SetAttribute("NewPKID", WorkingRecordset(*this).GetValue("PKID")); });
       on_error([&] { WorkingRecordset(*this).MoveLast(); });
       is_new = true;
@@ -93,25 +103,29 @@ void Manager::ImportVariantValues() {
         else
           on_error([&] { CopyField(*this, field, item); });
       });
-      on_error([&] { WorkingRecordset(*this).Update(); });
+      saved = on_error([&] { WorkingRecordset(*this).Update(); });
     }
+    if (!is_new) importers::TrackOutcome(*this, "VariantValues", found, false, saved);
     on_error([&] { WorkingRecordset(*this).Close(); });
   }
+  importers::TrackItem(*this, 0, {});
 }
 
 // Simple variants are looked up by their three translated keys. The product key is one variable: read from the
 // item, then replaced by the product's NewPKID found directly in the document, so that it keeps the catalogue's
 // key when that lookup fails. No NewPKID: nothing refers to simple variants.
 void Manager::ImportVariantsSimple() {
-  const auto on_error = ErrorRegime::SkipFailingStatements();
+  const auto on_error = SkipFailingStatements();
 
   const catalog::NodeList items = importers::StartSection(*this, on_error, "VariantsSimple", "");
   const std::size_t count = items.size();
+  importers::TrackKey(*this, {"ProductFKID", "VariantTypeFKID", "VariantValueFKID"});
   std::int32_t product_key = 0, type_key = 0, value_key = 0;
   for (std::size_t i = 1; i <= count; ++i) {
     catalog::Node item = items[i - 1];
+    importers::TrackItem(*this, i, item);
     on_error([&] { ShowItemProgress(*this, count, i, ""); });
-    bool is_new = false;
+    bool is_new = false, saved = false;
     on_error([&] { product_key = NzLong(item.GetAttribute("ProductFKID"), 0); });
     on_error([&] { product_key = importers::AnywhereNewKey(*this, "Products", std::to_string(product_key)); });
     on_error([&] { type_key = TranslateKey(NzLong(item.GetAttribute("VariantTypeFKID"), 0), "VariantTypes"); });
@@ -121,9 +135,11 @@ void Manager::ImportVariantsSimple() {
                             " AND VariantTypeFKID=" + std::to_string(type_key) +
                             " AND VariantValueFKID=" + std::to_string(value_key));
     });
+    const bool found = importers::TrackFound(*this);
     if (!RecordFound(working_recordset()) && ModeCreates(update_mode())) {
       on_error([&] { WorkingRecordset(*this).AddNew("ProductFKID", product_key); });
-      on_error([&] { WorkingRecordset(*this).Update(); });
+      if (on_error([&] { WorkingRecordset(*this).Update(); }))
+        importers::TrackOutcome(*this, "VariantsSimple", found, true, false);
       on_error([&] { WorkingRecordset(*this).MoveLast(); });
       is_new = true;
     }
@@ -139,31 +155,37 @@ void Manager::ImportVariantsSimple() {
         else
           on_error([&] { CopyField(*this, field, item); });
       });
-      on_error([&] { WorkingRecordset(*this).Update(); });
+      saved = on_error([&] { WorkingRecordset(*this).Update(); });
     }
+    if (!is_new) importers::TrackOutcome(*this, "VariantsSimple", found, false, saved);
     on_error([&] { WorkingRecordset(*this).Close(); });
   }
+  importers::TrackItem(*this, 0, {});
 }
 
 // Complex variants are looked up by their VarString rebuilt with the target's keys (not quoted: it holds digits
 // and brackets only). A new one is added with that VarString in ProductID; the fill that always follows writes
 // the item's ProductID there and sets VarString.
 void Manager::ImportVariantsComplex() {
-  const auto on_error = ErrorRegime::SkipFailingStatements();
+  const auto on_error = SkipFailingStatements();
 
   const catalog::NodeList items = importers::StartSection(*this, on_error, "VariantsComplex", "");
   const std::size_t count = items.size();
+  importers::TrackKey(*this, {"VarString"});
   std::string var_string;
   std::int32_t product = 0;
   for (std::size_t i = 1; i <= count; ++i) {
     catalog::Node item = items[i - 1];
+    importers::TrackItem(*this, i, item);
     on_error([&] { ShowItemProgress(*this, count, i, ""); });
-    bool is_new = false;
+    bool is_new = false, saved = false;
     on_error([&] { var_string = fEditVarstring(NzText(item.GetAttribute("VarString"), "")); });
     on_error([&] { OpenLookup(*this, "SELECT * FROM VariantsComplex WHERE VarString='" + var_string + "'"); });
+    const bool found = importers::TrackFound(*this);
     if (!RecordFound(working_recordset()) && ModeCreates(update_mode())) {
       on_error([&] { WorkingRecordset(*this).AddNew("ProductID", var_string); });
-      on_error([&] { WorkingRecordset(*this).Update(); });
+      if (on_error([&] { WorkingRecordset(*this).Update(); }))
+        importers::TrackOutcome(*this, "VariantsComplex", found, true, false);
       on_error([&] { item.SetAttribute("NewPKID", WorkingRecordset(*this).GetValue("PKID")); });
       on_error([&] { WorkingRecordset(*this).MoveLast(); });
       is_new = true;
@@ -197,10 +219,12 @@ void Manager::ImportVariantsComplex() {
           on_error([&] { CopyField(*this, field, item); });
         }
       });
-      on_error([&] { WorkingRecordset(*this).Update(); });
+      saved = on_error([&] { WorkingRecordset(*this).Update(); });
     }
+    if (!is_new) importers::TrackOutcome(*this, "VariantsComplex", found, false, saved);
     on_error([&] { WorkingRecordset(*this).Close(); });
   }
+  importers::TrackItem(*this, 0, {});
 }
 
 // Each piece of the text between closing brackets that is a number (after the opening bracket of the next

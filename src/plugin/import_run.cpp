@@ -8,6 +8,8 @@
 #include "common/ascii_case.h"
 #include "common/error_regime.h"
 #include "importers/record_import.h"
+#include "plugin/import_tracker.h"
+#include "plugin/lookup_plan.h"
 #include "settings/frm_vel_xml_settings.h"
 
 namespace cvimp::plugin {
@@ -83,7 +85,10 @@ void Manager::RunImport() {
   const auto on_error = ErrorRegime::SkipFailingStatements();
 
   on_error([&] { importers::ShowStatus(*this, kTextInitialising); });
-  on_error([&] { catalog_ = std::make_shared<catalog::Document>(); });
+  on_error([&] {
+    catalog_ = std::make_shared<catalog::Document>();
+    catalog_->PlanLookups(ImporterLookups());
+  });
   on_error([&] { catalog_->Load(Form().CVCatPath()); });
   on_error([&] {
     if (LoadFailed(catalog_.get())) importers::ShowStatus(*this, kTextLoadFailed);
@@ -112,7 +117,21 @@ void Manager::RunImport() {
       on_error([&] { wanted = Form().chkImportMedia().Value != settings::CheckBox::kUnchecked; });
     if (step.condition == C::kRegionsSwitch)
       on_error([&] { wanted = RegionsSwitchOn(Use(texts).GetText("impvelxml.config.regions")); });
-    if (wanted && step.routine) on_error([&] { (this->*step.routine)(); });
+    if (!wanted || !step.routine) continue;
+    if (!tracker_) {
+      on_error([&] { (this->*step.routine)(); });
+      continue;
+    }
+    // Observed: the same call under the same regime, whose sink tells the tracker of an error that ended
+    // the importer.
+    std::size_t count = 0;
+    try {
+      if (catalog_) count = catalog_->SectionItems(step.section).size();
+    } catch (const std::exception&) {
+    }
+    tracker_->SectionStarted(step.section, count);
+    const auto observed = ErrorRegime::SkipFailingStatements(&tracker_->end_sink());
+    if (observed([&] { (this->*step.routine)(); })) tracker_->SectionFinished();
   }
 
   on_error([&] { importers::ShowStatus(*this, kTextFinished); });

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "common/error_regime.h"
+#include "plugin/import_tracker.h"
 #include "settings/frm_vel_xml_settings.h"
 
 namespace cvimp::plugin {
@@ -12,6 +13,12 @@ namespace cvimp::plugin {
 using settings::TrimBlanks;
 
 Manager::Manager(std::shared_ptr<Platform> platform) : platform_(std::move(platform)) {}
+
+void Manager::set_observer(ImportObserver* observer) {
+  tracker_ = observer ? std::make_unique<ImportTracker>(*this, *observer) : nullptr;
+}
+
+ErrorRegime Manager::SkipFailingStatements() const { return ErrorRegime::SkipFailingStatements(tracker_.get()); }
 
 Manager::~Manager() {
   // A host that releases the object without Dispose still gets the form unloaded and its API released.

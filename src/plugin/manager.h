@@ -9,6 +9,7 @@
 #include <string>
 
 #include "catalog/document.h"
+#include "common/error_regime.h"
 #include "plugin/host_contract.h"
 #include "plugin/platform.h"
 #include "recordset/recordset.h"
@@ -18,6 +19,9 @@ class frmVelXMLSettings;
 }
 
 namespace cvimp::plugin {
+
+class ImportObserver;
+class ImportTracker;
 
 class Manager {
  public:
@@ -44,11 +48,24 @@ class Manager {
   recordset::Recordset* working_recordset() const { return working_.get(); }
   std::int16_t update_mode() const { return update_mode_; }
   const std::string& last_sql() const { return last_sql_; }
-  void set_last_sql(std::string sql) { last_sql_ = std::move(sql); }
+  void set_last_sql(std::string sql) {
+    last_sql_ = std::move(sql);
+    ++last_sql_count_;
+  }
+  // How many statement texts were kept so far: tells whether one was kept since a given moment.
+  std::uint64_t last_sql_count() const { return last_sql_count_; }
   bool initialised() const { return initialised_; }
   bool import_started() const { return import_started_; }
   bool cancel_requested() const { return cancel_requested_; }
   const std::string& data_source_id() const { return data_source_id_; }
+  // The host's listener to the run, set in C++ by a host that reports on it (no part of the host contract);
+  // nullptr, the default, removes it. The observer must outlive the runs it listens to.
+  void set_observer(ImportObserver* observer);
+  // The run's tracker while an observer is set, else nullptr: the importers report to it when it is there.
+  ImportTracker* tracker() const { return tracker_.get(); }
+  // The regime of a routine that skips failing statements: each one skipped is reported to the tracker.
+  ErrorRegime SkipFailingStatements() const;
+
   // The shared settings form (created on first touch).
   settings::frmVelXMLSettings& Form() const;
 
@@ -132,7 +149,9 @@ class Manager {
   bool initialised_ = false;
   bool import_started_ = false;
   std::string last_sql_;
+  std::uint64_t last_sql_count_ = 0;
   std::int16_t update_mode_ = 0;
+  std::unique_ptr<ImportTracker> tracker_;
 };
 
 }  // namespace cvimp::plugin
