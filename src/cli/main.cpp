@@ -1,14 +1,21 @@
 // cvimport: imports a shop catalogue into a shop database by driving the import plug-in as the host's
-// wizard does.
+// wizard does, and reports what the import did.
 #include <unistd.h>
 
+#include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "cli/dry_run.h"
 #include "cli/options.h"
+#include "cli/report_json.h"
+#include "cli/run_report.h"
+#include "cli/static_checks.h"
 #include "cli/terminal_display.h"
 #include "common/error.h"
 #include "host/cli_host_api.h"
@@ -53,7 +60,60 @@ std::string LoadProblem(const plugin::Manager& manager) {
   return {};
 }
 
-int Import(const ImportCommand& command) {
+// The end of a run: the report on the terminal (unless --quiet) and in the JSON file (when asked for), and
+// the exit code.
+class Finisher {
+ public:
+  Finisher(const ImportCommand& command, const std::string& verb, bool terminal)
+      : command_(command), terminal_(terminal) {
+    facts_.command = verb;
+    facts_.catalogue = command.catalog;
+    facts_.mode = command.mode;
+    facts_.media = command.media;
+    facts_.regions = command.regions;
+    facts_.atomic = command.atomic;
+    facts_.start = std::chrono::system_clock::now();
+  }
+  RunFacts& facts() { return facts_; }
+  RunReport& report() { return report_; }
+  void set_extra(std::string lines) { extra_ = std::move(lines); }
+
+  // Ends the run with `code`; `shown` says whether the table belongs on the terminal (a run that imported).
+  int Finish(int code, const std::string& outcome, const std::string& failure, bool shown) {
+    facts_.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - began_).count();
+    facts_.outcome = outcome;
+    facts_.failure = failure;
+    if (command_.report) {
+      facts_.exit_code = code;
+      std::ofstream out(*command_.report, std::ios::binary | std::ios::trunc);
+      out << ReportJson(report_, facts_, extra_json_);
+      out.close();
+      if (!out) {
+        Complain("cannot write the report to " + *command_.report);
+        if (code == kExitOk || code == kExitIncomplete) code = kExitFailure;
+      }
+    }
+    if (shown && !command_.quiet) {
+      const std::string text = RenderReport(report_, facts_.seconds) + extra_;
+      (terminal_ ? std::cout : std::cerr) << text << std::flush;
+    }
+    return code;
+  }
+  void set_extra_json(ExtraJson extra) { extra_json_ = std::move(extra); }
+
+ private:
+  const ImportCommand& command_;
+  bool terminal_;
+  RunFacts facts_;
+  RunReport report_;
+  std::string extra_;
+  ExtraJson extra_json_;
+  std::chrono::steady_clock::time_point began_ = std::chrono::steady_clock::now();
+};
+
+// An import, or with `dry_run` the check: the same run against a database that is rolled back, with the
+// settings, the project and (without a database given) the shop database in a scratch folder.
+int Run(const ImportCommand& command, bool dry_run, bool database_given) {
   // Where status texts and messages go.
   const bool terminal = !command.plain && ::isatty(STDOUT_FILENO);
   std::shared_ptr<TerminalDisplay> terminal_display;
@@ -70,22 +130,44 @@ int Import(const ImportCommand& command) {
     else
       std::cerr << line << "\n";
   };
+  Finisher finisher(command, dry_run ? "check" : "import", terminal);
+  const auto fail = [&](int code, const std::string& why) {
+    Complain(why);
+    return finisher.Finish(code, "nothing imported", why, false);
+  };
+
+  std::optional<ScratchFolder> scratch;
+  if (dry_run) scratch.emplace();
 
   fs::path config_dir;
   try {
-    config_dir = command.config_dir ? fs::path(*command.config_dir) : host::SettingsStore::DefaultFolder();
+    config_dir = scratch              ? scratch->path() / "config"
+                 : command.config_dir ? fs::path(*command.config_dir)
+                                      : host::SettingsStore::DefaultFolder();
   } catch (const std::exception& e) {
-    Complain(std::string(e.what()) + " (give --config-dir)");
-    return kExitFailure;
+    return fail(kExitFailure, std::string(e.what()) + " (give --config-dir)");
   }
 
-  const fs::path database = fs::absolute(command.database);
+  const bool scratch_database = dry_run && (!database_given || !fs::exists(command.database));
+  const fs::path database = scratch_database ? scratch->path() / "check.db" : fs::absolute(command.database);
   const bool database_exists = fs::exists(database);
-  const std::string project = command.project ? *command.project : database.parent_path().string();
+  const std::string project = scratch           ? (scratch->path() / "project").string()
+                              : command.project ? *command.project
+                                                : database.parent_path().string();
+  finisher.facts().database = scratch_database ? std::string() : database.string();
+  finisher.facts().project = dry_run ? std::string() : project;
+  if (scratch) fs::create_directories(project);
 
   host::TextOverrides overrides;
   if (command.regions) overrides[host::kRegionsSwitch] = "True";
-  auto platform = std::make_shared<host::CliPlatform>(overrides);
+  std::shared_ptr<DryRunPlatform> dry_platform;
+  std::shared_ptr<host::CliPlatform> platform;
+  if (dry_run) {
+    dry_platform = std::make_shared<DryRunPlatform>(overrides, project);
+    platform = dry_platform;
+  } else {
+    platform = std::make_shared<host::CliPlatform>(overrides);
+  }
   auto store = std::make_shared<host::SettingsStore>(config_dir);
   host::CliHostParts parts{std::make_shared<host::CliHostServices>(display, store),
                            std::make_shared<host::CliHostTools>(), nullptr, nullptr, project};
@@ -93,6 +175,7 @@ int Import(const ImportCommand& command) {
 
   // The wizard: the file page, the check on the way to the options page, the options, the end of the pages.
   auto manager = std::make_unique<plugin::Manager>(platform);
+  manager->set_observer(&finisher.report());
   manager->Api(api);
   manager->Init(database.string(), "", "");
   manager->PagesConfig();
@@ -100,7 +183,7 @@ int Import(const ImportCommand& command) {
   form.SetCVCatPath(command.catalog);
   if (!manager->SelectedPageChanged("PIC_ADVANCED")) {
     manager->Dispose();
-    return kExitCatalogMissing;
+    return finisher.Finish(kExitCatalogMissing, "nothing imported", "the catalogue file does not exist", false);
   }
   form.optUpdateMode().SetValue(command.mode, true);
   form.chkImportMedia().Value = command.media ? settings::CheckBox::kChecked : settings::CheckBox::kUnchecked;
@@ -112,9 +195,8 @@ int Import(const ImportCommand& command) {
     db = recordset::OpenShopDatabase(database.string());
     db->Begin();
   } catch (const std::exception& e) {
-    Complain(e.what());
     manager->Dispose();
-    return kExitDatabase;
+    return fail(kExitDatabase, e.what());
   }
   if (command.verbose) db->set_error_observer([&](const std::string& what) { note("cvimport: " + what); });
   api->parts().connection = db;
@@ -122,22 +204,62 @@ int Import(const ImportCommand& command) {
 
   manager->SelectedPageChanged("-1");
   manager->ExecuteImport();
-  try {
-    db->Commit();
-  } catch (const std::exception& e) {
-    Complain(std::string("the import could not be saved: ") + e.what());
-    return kExitDatabase;
-  }
   if (terminal_display) terminal_display->Finish();
 
   const std::string problem = LoadProblem(*manager);
+  if (problem.empty()) finisher.report().CompleteFrom(*manager->catalog_document(), command.media, command.regions);
+  const bool clean = finisher.report().clean();
+
+  std::string outcome = "committed";
+  std::string failure;
+  int code = clean ? kExitOk : kExitIncomplete;
+  try {
+    if (dry_run) {
+      db->Rollback();
+      outcome = "rolled back";
+    } else if (!clean && command.atomic) {
+      db->Rollback();
+      outcome = "rolled back";
+    } else {
+      db->Commit();
+    }
+  } catch (const std::exception& e) {
+    manager->Dispose();
+    return fail(kExitDatabase, std::string("the import could not be saved: ") + e.what());
+  }
+  db.reset();
+  api->parts().connection.reset();
+  api->parts().folder_service.reset();
+
   manager->Dispose();
   manager.reset();
   if (!problem.empty()) {
     Complain("cannot load the catalogue " + command.catalog + ": " + problem);
-    return kExitCatalogUnreadable;
+    return finisher.Finish(kExitCatalogUnreadable, dry_run ? "rolled back" : outcome,
+                           "cannot load the catalogue: " + problem, false);
   }
-  return kExitOk;
+
+  std::string extra;
+  ExtraJson extra_json;
+  extra_json.dry_run = dry_run;
+  if (dry_run) {
+    if (command.media) {
+      extra += "Media files the import would copy into the project folder: " +
+               std::to_string(dry_platform->copies().size()) + "\n";
+      for (const std::string& file : dry_platform->copies()) extra += "  " + file + "\n";
+    }
+    extra_json.media_copies = dry_platform->copies();
+    const StaticCheckOutcome checks = RunStaticChecks(command.catalog);
+    extra += checks.text;
+    extra_json.findings = checks.json;
+    if (checks.findings > 0 && code == kExitOk) code = kExitIncomplete;
+    extra += "Nothing was saved (check).\n";
+  } else if (!clean && command.atomic) {
+    extra += "Nothing was saved (--atomic): an importer ended early or statements were refused.\n";
+  }
+  finisher.set_extra(extra);
+  finisher.set_extra_json(std::move(extra_json));
+  return finisher.Finish(code, outcome, failure, true);
 }
 
 int Main(const std::vector<std::string>& args) {
@@ -152,7 +274,9 @@ int Main(const std::vector<std::string>& args) {
     return kExitOk;
   }
   if (const auto* init = std::get_if<InitCommand>(&*parsed.command)) return Init(*init);
-  return Import(std::get<ImportCommand>(*parsed.command));
+  if (const auto* check = std::get_if<CheckCommand>(&*parsed.command))
+    return Run(check->import, true, check->database_given);
+  return Run(std::get<ImportCommand>(*parsed.command), false, true);
 }
 
 }  // namespace

@@ -24,9 +24,19 @@ struct ImportCommand {
   std::optional<std::string> config_dir;
   bool plain = false;
   bool verbose = false;
+  bool quiet = false;                 // no report on the terminal
+  std::optional<std::string> report;  // where the report goes as JSON
+  bool atomic = false;                // commit only a run that ended clean
 };
 
-using Command = std::variant<HelpCommand, InitCommand, ImportCommand>;
+// The dry run: the whole import against the database in a transaction that is rolled back. It uses the
+// options of import that make sense for it (no project folder, nothing is written).
+struct CheckCommand {
+  ImportCommand import;
+  bool database_given = false;  // without --db the run goes to a new, empty shop database in memory
+};
+
+using Command = std::variant<HelpCommand, InitCommand, ImportCommand, CheckCommand>;
 
 // The parsed command, or the reason the command line is refused.
 struct ParseResult {
@@ -46,6 +56,7 @@ enum ExitCode : int {
   kExitCatalogMissing = 3,
   kExitDatabase = 4,
   kExitCatalogUnreadable = 5,
+  kExitIncomplete = 6,  // imported, but an importer ended early or statements were refused
 };
 
 }  // namespace cvimp::cli

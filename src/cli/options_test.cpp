@@ -54,3 +54,41 @@ TEST(ParseCommandLine, InitAndHelp) {
 
 }  // namespace
 }  // namespace cvimp::cli
+
+namespace cvimp::cli {
+namespace {
+
+TEST(ParseCommandLine, ImportTakesTheReportOptions) {
+  ImportCommand c = ParseImport({"import", "cat.xml", "--quiet", "--report", "r.json", "--atomic"});
+  EXPECT_TRUE(c.quiet);
+  EXPECT_EQ(c.report, "r.json");
+  EXPECT_TRUE(c.atomic);
+  ImportCommand plain = ParseImport({"import", "cat.xml"});
+  EXPECT_FALSE(plain.quiet);
+  EXPECT_FALSE(plain.report.has_value());
+  EXPECT_FALSE(plain.atomic);
+  EXPECT_EQ(ParseCommandLine({"import", "a.xml", "--report"}).error, "--report needs a file");
+}
+
+TEST(ParseCommandLine, CheckTakesTheOptionsOfADryRun) {
+  ParseResult r = ParseCommandLine(
+      {"check", "cat.xml", "--db", "x.db", "--mode", "1", "--media", "--regions", "--report", "r.json", "--quiet"});
+  ASSERT_TRUE(r.command.has_value()) << r.error;
+  const CheckCommand& c = std::get<CheckCommand>(*r.command);
+  EXPECT_TRUE(c.database_given);
+  EXPECT_EQ(c.import.catalog, "cat.xml");
+  EXPECT_EQ(c.import.database, "x.db");
+  EXPECT_EQ(c.import.mode, 1);
+  EXPECT_TRUE(c.import.media);
+  EXPECT_TRUE(c.import.regions);
+  EXPECT_EQ(c.import.report, "r.json");
+  EXPECT_FALSE(std::get<CheckCommand>(*ParseCommandLine({"check", "cat.xml"}).command).database_given);
+  // What would write, or cannot apply to a run that saves nothing, is refused.
+  EXPECT_EQ(ParseCommandLine({"check", "cat.xml", "--atomic"}).error, "unknown option '--atomic'");
+  EXPECT_EQ(ParseCommandLine({"check", "cat.xml", "--project", "/p"}).error, "unknown option '--project'");
+  EXPECT_EQ(ParseCommandLine({"check", "cat.xml", "--config-dir", "/c"}).error, "unknown option '--config-dir'");
+  EXPECT_EQ(ParseCommandLine({"check"}).error, "check needs the catalogue file");
+}
+
+}  // namespace
+}  // namespace cvimp::cli
