@@ -23,19 +23,25 @@ bool IsWholeNumberField(DataType type) {
   return type == DataType::kSmallInt || type == DataType::kInteger || type == DataType::kBigInt;
 }
 
-// A stored INTEGER as ReadValue reads it for the field.
-std::optional<Value> ReadInteger(const Column& column, std::int64_t n) {
-  if (IsWholeNumberField(column.type)) return WholeNumber(column.type, n);
-  if (column.type == DataType::kDouble || column.type == DataType::kCurrency) return Value(static_cast<double>(n));
-  if (column.type == DataType::kBoolean) return Value(static_cast<double>(n) != 0);
-  return std::nullopt;  // as text: SQLite's own digits
+// A stored INTEGER as ReadValue reads it for the field; false where that is a text (SQLite's own digits).
+bool ReadInteger(const Column& column, std::int64_t n, Value& out) {
+  if (IsWholeNumberField(column.type)) {
+    out = WholeNumber(column.type, n);
+  } else if (column.type == DataType::kDouble || column.type == DataType::kCurrency) {
+    out = Value(static_cast<double>(n));
+  } else if (column.type == DataType::kBoolean) {
+    out = Value(static_cast<double>(n) != 0);
+  } else {
+    return false;
+  }
+  return true;
 }
 
-// A stored REAL as ReadValue reads it for the field.
-std::optional<Value> ReadReal(const Column& column, double d) {
-  if (column.type == DataType::kBoolean) return Value(d != 0);
-  if (IsTextField(column.type)) return std::nullopt;  // as text: SQLite's own digits
-  return Value(d);
+// A stored REAL as ReadValue reads it for the field; false where that is a text (SQLite's own digits).
+bool ReadReal(const Column& column, double d, Value& out) {
+  if (IsTextField(column.type)) return false;
+  out = column.type == DataType::kBoolean ? Value(d != 0) : Value(d);
+  return true;
 }
 
 // Whether SQLite keeps a real bound to a column of numeric or integer affinity as an integer: when it is
@@ -127,12 +133,16 @@ Affinity AffinityOf(std::string_view declared) {
   return Affinity::kNumeric;
 }
 
-std::optional<Value> StoredValueForecast(const Column& column, Affinity affinity, const Value& bound) {
-  if (bound.is_null()) return Value();
+bool StoredValueForecast(const Column& column, Affinity affinity, const Value& bound, Value& stored) {
+  if (bound.is_null()) {
+    stored = Value();
+    return true;
+  }
   if (bound.is_text()) {
     // Only a column of text or no affinity keeps every text as it is; ReadValue returns a stored text as it is.
-    if (affinity == Affinity::kText || affinity == Affinity::kBlob) return bound;
-    return std::nullopt;
+    if (affinity != Affinity::kText && affinity != Affinity::kBlob) return false;
+    stored = bound;
+    return true;
   }
   if (bound.is_bool() || bound.is_integer()) {
     const std::int64_t n = bound.is_bool() ? (bound.boolean() ? -1 : 0) : bound.integer();
@@ -140,29 +150,29 @@ std::optional<Value> StoredValueForecast(const Column& column, Affinity affinity
       case Affinity::kInteger:
       case Affinity::kNumeric:
       case Affinity::kBlob:
-        return ReadInteger(column, n);
+        return ReadInteger(column, n, stored);
       case Affinity::kReal:
-        return ReadReal(column, static_cast<double>(n));
+        return ReadReal(column, static_cast<double>(n), stored);
       case Affinity::kText:
-        return std::nullopt;
+        return false;
     }
   }
   if (bound.is_double()) {
     const double d = bound.number();
-    if (std::isnan(d) || std::isinf(d) || (d == 0 && std::signbit(d))) return std::nullopt;
+    if (std::isnan(d) || std::isinf(d) || (d == 0 && std::signbit(d))) return false;
     switch (affinity) {
       case Affinity::kInteger:
       case Affinity::kNumeric:
-        if (StoredAsInteger(d)) return ReadInteger(column, static_cast<std::int64_t>(d));
-        return ReadReal(column, d);
+        if (StoredAsInteger(d)) return ReadInteger(column, static_cast<std::int64_t>(d), stored);
+        return ReadReal(column, d, stored);
       case Affinity::kReal:
       case Affinity::kBlob:
-        return ReadReal(column, d);
+        return ReadReal(column, d, stored);
       case Affinity::kText:
-        return std::nullopt;
+        return false;
     }
   }
-  return std::nullopt;
+  return false;
 }
 
 std::optional<TableWriteFacts> ReadTableWriteFacts(sqlite3* db, const std::string& table) {

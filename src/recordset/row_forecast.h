@@ -21,10 +21,10 @@ namespace cvimp::recordset {
 enum class Affinity { kText, kNumeric, kInteger, kReal, kBlob };
 Affinity AffinityOf(std::string_view declared);
 
-// The value that `bound` (as the record set binds it: BindValue) reads back as (ReadValue) from a column of
-// `column`'s field type and `affinity`; nullopt where that depends on more than the kinds (a text that
-// SQLite may turn into a number, a number written as text, a NaN or negative zero).
-std::optional<Value> StoredValueForecast(const Column& column, Affinity affinity, const Value& bound);
+// Sets `stored` to the value that `bound` (as the record set binds it: BindValue) reads back as (ReadValue)
+// from a column of `column`'s field type and `affinity`; false where that depends on more than the kinds (a
+// text that SQLite may turn into a number, a number written as text, a NaN or negative zero).
+bool StoredValueForecast(const Column& column, Affinity affinity, const Value& bound, Value& stored);
 
 // Hash and equality of names without regard to ASCII case, for maps keyed by column name.
 struct NameHash {

@@ -476,18 +476,14 @@ std::optional<std::vector<Value>> SqliteConnection::ForecastInsert(
   for (const auto& [index, value] : values) {
     const ColumnPlan::Part part = plan.parts.at(index);
     if (part == ColumnPlan::Part::kRowid || !plan.affinities[index]) return std::nullopt;
-    std::optional<Value> stored = StoredValueForecast(columns[index], *plan.affinities[index], value);
-    if (!stored) return std::nullopt;
-    row[index] = std::move(*stored);
+    if (!StoredValueForecast(columns[index], *plan.affinities[index], value, row[index])) return std::nullopt;
     if (part == ColumnPlan::Part::kNeedsValue) ++needed;
   }
   if (needed != plan.needing_values) return std::nullopt;  // a field whose default is not known yet
   for (std::size_t i = 0; i < columns.size(); ++i) {
     if (plan.parts[i] != ColumnPlan::Part::kRowid) continue;
     // The rowid as ReadValue reads a stored whole number.
-    std::optional<Value> key = StoredValueForecast(columns[i], Affinity::kInteger, Value(*knowledge.next_rowid));
-    if (!key) return std::nullopt;
-    row[i] = std::move(*key);
+    if (!StoredValueForecast(columns[i], Affinity::kInteger, Value(*knowledge.next_rowid), row[i])) return std::nullopt;
   }
 
   PendingInsert pending{table, {}, {}, *knowledge.next_rowid};
