@@ -1064,6 +1064,13 @@ TEST_F(CvimportTest, CatalogueThatIsNotWellFormedReportsTheParserPositionAndWrit
   EXPECT_EQ(r.OutLines(), expected);
   EXPECT_THAT(r.err, HasSubstr("not-well-formed.xml"));
   EXPECT_THAT(r.err, HasSubstr("line 5"));
+  EXPECT_FALSE(fs::exists(db()));
+}
+
+TEST_F(CvimportTest, CatalogueThatIsNotWellFormedLeavesAnExistingDatabaseEmpty) {
+  ASSERT_EQ(Run({"init", db().string()}).exit_code, 0);
+  Result r = Import(kData + "/not-well-formed.xml");
+  EXPECT_EQ(r.exit_code, 5);
   EXPECT_EQ(Count("Currencies"), 0);
 }
 
@@ -1091,15 +1098,19 @@ class CatalogueConformanceTest : public CvimportTest {
     return total;
   }
   // A catalogue that does not load: exit code 5, the message with the file, the position and the reason,
-  // the status texts of a run whose load failed, and nothing in the database.
+  // the status texts of a run whose load failed, and nothing in the database, which the run was to create
+  // and so did not.
   void ExpectRefused(const std::string& catalog, const std::string& position_and_reason) {
     Result r = Import(catalog);
     EXPECT_EQ(r.exit_code, 5);
     std::vector<std::string> expected = kStatusWithoutRegions;
     expected.insert(expected.begin() + 1, "Fehler beim Laden der Importdatei.");
     EXPECT_EQ(r.OutLines(), expected);
-    EXPECT_EQ(r.err, "cvimport: cannot load the catalogue " + catalog + ": " + position_and_reason + "\n");
-    EXPECT_EQ(TotalRows(), 0);
+    EXPECT_EQ(r.err, "cvimport: creating the new shop database " + db().string() +
+                         "\ncvimport: nothing was saved: the new shop database " + db().string() +
+                         " was not created\ncvimport: cannot load the catalogue " + catalog + ": " +
+                         position_and_reason + "\n");
+    EXPECT_FALSE(fs::exists(db()));
   }
 };
 

@@ -3,15 +3,21 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "cli/backup.h"
+#include "cli/database_file.h"
 #include "cli/dry_run.h"
+#include "cli/interruption.h"
 #include "cli/options.h"
 #include "cli/report_json.h"
 #include "cli/run_report.h"
@@ -124,6 +130,9 @@ int Run(const ImportCommand& command, bool dry_run, bool database_given) {
   } else {
     display = std::make_shared<host::PlainDisplay>(std::cout, std::cerr);
   }
+  // Without a check the wrapped display is the plain one; the way out is filled in below.
+  std::function<void(int)> stop = [](int) {};
+  if (!dry_run) display = std::make_shared<InterruptingDisplay>(display, [&](int signal) { stop(signal); });
   auto note = [&](const std::string& line) {
     if (terminal_display)
       terminal_display->Note(line);
@@ -148,9 +157,14 @@ int Run(const ImportCommand& command, bool dry_run, bool database_given) {
     return fail(kExitFailure, std::string(e.what()) + " (give --config-dir)");
   }
 
-  const bool scratch_database = dry_run && (!database_given || !fs::exists(command.database));
+  bool given_exists = false;
+  const std::string path_problem = DatabasePathProblem(command.database, given_exists);
+  const bool scratch_database = dry_run && (!database_given || !given_exists);
+  if (!scratch_database && !path_problem.empty()) return fail(kExitDatabase, command.database + ": " + path_problem);
   const fs::path database = scratch_database ? scratch->path() / "check.db" : fs::absolute(command.database);
-  const bool database_exists = fs::exists(database);
+  const bool database_exists = scratch_database ? false : given_exists;
+  if (!dry_run && !database_exists && command.no_create)
+    return fail(kExitDatabase, "the shop database " + command.database + " does not exist (--no-create)");
   const std::string project = scratch           ? (scratch->path() / "project").string()
                               : command.project ? *command.project
                                                 : database.parent_path().string();
@@ -183,18 +197,74 @@ int Run(const ImportCommand& command, bool dry_run, bool database_given) {
   form.SetCVCatPath(command.catalog);
   if (!manager->SelectedPageChanged("PIC_ADVANCED")) {
     manager->Dispose();
+    Complain("the catalogue file " + command.catalog + " does not exist; nothing was imported");
     return finisher.Finish(kExitCatalogMissing, "nothing imported", "the catalogue file does not exist", false);
   }
   form.optUpdateMode().SetValue(command.mode, true);
   form.chkImportMedia().Value = command.media ? settings::CheckBox::kChecked : settings::CheckBox::kUnchecked;
 
-  // The shop database, created from the schema when missing, all of the run in one transaction.
+  // The copy asked for with --backup, before anything is written.
+  if (command.backup && !dry_run) {
+    if (!database_exists) {
+      if (!command.quiet) note("cvimport: no backup: the database " + command.database + " does not exist yet");
+    } else {
+      const fs::path to = command.backup->empty()
+                              ? DefaultBackupPath(database, std::chrono::system_clock::now())
+                              : fs::absolute(*command.backup);
+      try {
+        BackupDatabase(database, to);
+      } catch (const std::exception& e) {
+        manager->Dispose();
+        return fail(kExitDatabase, std::string("no backup, nothing imported: ") + e.what());
+      }
+      if (!command.quiet) note("cvimport: backed up " + command.database + " to " + to.string());
+    }
+  }
+
+  // The shop database, created from the schema when missing, all of the run in one transaction. A new one
+  // is made under a temporary name beside its own and takes its name only once the import is committed.
+  const bool creating = !database_exists && !scratch_database;
+  const fs::path working = creating ? TemporaryNameBeside(database) : database;
   std::shared_ptr<recordset::SqliteConnection> db;
+  bool finishing = false;  // committed or rolled back: a signal now no longer stops the run
+  const auto drop_new_database = [&] {
+    if (creating) RemoveDatabaseFile(working);
+  };
+  // The way out at a signal: roll back, remove what this run made, say so, end.
+  stop = [&](int signal) {
+    if (finishing) return;
+    finishing = true;
+    if (terminal_display) terminal_display->Finish();
+    bool rolled_back = true;
+    if (db && db->InTransaction()) {
+      try {
+        db->Rollback();
+      } catch (const std::exception& e) {
+        rolled_back = false;
+        Complain(std::string("cannot roll back: ") + e.what());
+      }
+    }
+    drop_new_database();
+    const std::string why = "interrupted by " + SignalName(signal);
+    Complain(why + ": nothing was imported; " +
+             (creating      ? "the new shop database " + command.database + " was not created"
+              : rolled_back ? "the database " + command.database + " is as it was"
+                            : "the database " + command.database +
+                                  " is put back as it was from its rollback journal when it is next opened"));
+    const int code = 128 + signal;
+    finisher.Finish(code, "rolled back", why, false);
+    std::cout.flush();
+    std::fflush(nullptr);
+    std::_Exit(code);
+  };
+  if (creating && !command.quiet) note("cvimport: creating the new shop database " + command.database);
   try {
-    if (!database_exists) recordset::CreateShopDatabase(database.string());
-    db = recordset::OpenShopDatabase(database.string());
+    if (!database_exists) recordset::CreateShopDatabase(working.string());
+    db = recordset::OpenShopDatabase(working.string());
     db->Begin();
   } catch (const std::exception& e) {
+    db.reset();
+    drop_new_database();
     manager->Dispose();
     return fail(kExitDatabase, e.what());
   }
@@ -204,6 +274,7 @@ int Run(const ImportCommand& command, bool dry_run, bool database_given) {
 
   manager->SelectedPageChanged("-1");
   manager->ExecuteImport();
+  if (const int signal = PendingSignal(); signal && !dry_run) stop(signal);
   if (terminal_display) terminal_display->Finish();
 
   const std::string problem = LoadProblem(*manager);
@@ -213,8 +284,11 @@ int Run(const ImportCommand& command, bool dry_run, bool database_given) {
   std::string outcome = "committed";
   std::string failure;
   int code = clean ? kExitOk : kExitIncomplete;
+  // A new database is kept only when the import is saved.
+  const bool keep_new_database = problem.empty() && (clean || !command.atomic);
   try {
-    if (dry_run) {
+    finishing = true;
+    if (dry_run || (creating && !keep_new_database)) {
       db->Rollback();
       outcome = "rolled back";
     } else if (!clean && command.atomic) {
@@ -225,6 +299,11 @@ int Run(const ImportCommand& command, bool dry_run, bool database_given) {
     }
   } catch (const std::exception& e) {
     manager->Dispose();
+    db.reset();
+    api->parts().connection.reset();
+    api->parts().folder_service.reset();
+    manager.reset();
+    drop_new_database();
     return fail(kExitDatabase, std::string("the import could not be saved: ") + e.what());
   }
   db.reset();
@@ -233,6 +312,19 @@ int Run(const ImportCommand& command, bool dry_run, bool database_given) {
 
   manager->Dispose();
   manager.reset();
+  if (creating) {
+    if (!keep_new_database) {
+      drop_new_database();
+      Complain("nothing was saved: the new shop database " + command.database + " was not created");
+    } else {
+      try {
+        PutInPlace(working, database, false);
+      } catch (const std::exception& e) {
+        drop_new_database();
+        return fail(kExitDatabase, std::string("the import was not saved: ") + e.what());
+      }
+    }
+  }
   if (!problem.empty()) {
     Complain("cannot load the catalogue " + command.catalog + ": " + problem);
     return finisher.Finish(kExitCatalogUnreadable, dry_run ? "rolled back" : outcome,
@@ -262,6 +354,17 @@ int Run(const ImportCommand& command, bool dry_run, bool database_given) {
   return finisher.Finish(code, outcome, failure, true);
 }
 
+int Restore(const RestoreCommand& command) {
+  try {
+    RestoreDatabase(command.backup, fs::absolute(command.database));
+  } catch (const std::exception& e) {
+    Complain(e.what());
+    return kExitDatabase;
+  }
+  std::cerr << "cvimport: restored " << command.database << " from " << command.backup << "\n";
+  return kExitOk;
+}
+
 int Main(const std::vector<std::string>& args) {
   ParseResult parsed = ParseCommandLine(args);
   if (!parsed.command) {
@@ -269,22 +372,40 @@ int Main(const std::vector<std::string>& args) {
     std::cerr << "Try 'cvimport --help'.\n";
     return kExitUsage;
   }
-  if (std::holds_alternative<HelpCommand>(*parsed.command)) {
-    std::cout << kUsage;
+  if (const auto* help = std::get_if<HelpCommand>(&*parsed.command)) {
+    std::cout << UsageOf(help->topic);
     return kExitOk;
   }
+  if (std::holds_alternative<VersionCommand>(*parsed.command)) {
+    std::cout << "cvimport " << kVersion << "\n";
+    return kExitOk;
+  }
+  if (const auto* restore = std::get_if<RestoreCommand>(&*parsed.command)) return Restore(*restore);
   if (const auto* init = std::get_if<InitCommand>(&*parsed.command)) return Init(*init);
   if (const auto* check = std::get_if<CheckCommand>(&*parsed.command))
     return Run(check->import, true, check->database_given);
+  InstallInterruptionHandlers();
   return Run(std::get<ImportCommand>(*parsed.command), false, true);
+}
+
+// A closed stdout (a pipe whose reader went away) does not end the run: SIGPIPE is ignored, the writes
+// fail, and the end of the run says so. The exit code stays the run's own.
+int SayWhenTheOutputWasCut(int code) {
+  std::cout.flush();
+  if (std::fflush(stdout) == 0 && !std::ferror(stdout) && std::cout.good()) return code;
+  std::cerr << "cvimport: the output was cut: stdout was closed before the run ended; the run itself went on "
+               "to its end (exit code "
+            << code << ")\n";
+  return code;
 }
 
 }  // namespace
 }  // namespace cvimp::cli
 
 int main(int argc, char** argv) {
+  cvimp::cli::IgnoreClosedOutput();
   try {
-    return cvimp::cli::Main(std::vector<std::string>(argv + 1, argv + argc));
+    return cvimp::cli::SayWhenTheOutputWasCut(cvimp::cli::Main(std::vector<std::string>(argv + 1, argv + argc)));
   } catch (const std::exception& e) {
     std::cerr << "cvimport: " << e.what() << "\n";
     return cvimp::cli::kExitFailure;

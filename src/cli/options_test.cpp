@@ -35,8 +35,9 @@ TEST(ParseCommandLine, ImportDefaultsToShopDbInModeZeroWithoutMedia) {
 }
 
 TEST(ParseCommandLine, RefusesWhatItDoesNotKnowWithAReason) {
-  EXPECT_EQ(ParseCommandLine({"import", "a.xml", "--mode", "3"}).error, "--mode takes 0, 1 or 2");
-  EXPECT_EQ(ParseCommandLine({"import", "a.xml", "--mode"}).error, "--mode takes 0, 1 or 2");
+  EXPECT_EQ(ParseCommandLine({"import", "a.xml", "--mode", "3"}).error,
+            "--mode takes add-update (0), add (1) or update (2)");
+  EXPECT_EQ(ParseCommandLine({"import", "a.xml", "--mode"}).error, "--mode takes add-update (0), add (1) or update (2)");
   EXPECT_EQ(ParseCommandLine({"import"}).error, "import needs the catalogue file");
   EXPECT_EQ(ParseCommandLine({"import", "a.xml", "b.xml"}).error,
             "more than one catalogue given ('a.xml' and 'b.xml')");
@@ -88,6 +89,74 @@ TEST(ParseCommandLine, CheckTakesTheOptionsOfADryRun) {
   EXPECT_EQ(ParseCommandLine({"check", "cat.xml", "--project", "/p"}).error, "unknown option '--project'");
   EXPECT_EQ(ParseCommandLine({"check", "cat.xml", "--config-dir", "/c"}).error, "unknown option '--config-dir'");
   EXPECT_EQ(ParseCommandLine({"check"}).error, "check needs the catalogue file");
+}
+
+}  // namespace
+}  // namespace cvimp::cli
+
+namespace cvimp::cli {
+namespace {
+
+TEST(ParseCommandLine, EveryValueIsTakenAlsoAfterAnEqualsSign) {
+  ImportCommand c = ParseImport({"import", "cat.xml", "--db=x.db", "--mode=update", "--project=/p", "--config-dir=/c",
+                                 "--report=r.json"});
+  EXPECT_EQ(c.database, "x.db");
+  EXPECT_EQ(c.mode, 2);
+  EXPECT_EQ(c.project, "/p");
+  EXPECT_EQ(c.config_dir, "/c");
+  EXPECT_EQ(c.report, "r.json");
+  EXPECT_EQ(ParseImport({"import", "cat.xml", "--db=--odd.db"}).database, "--odd.db");
+}
+
+TEST(ParseCommandLine, ModesHaveNamesBesideTheirNumbers) {
+  EXPECT_EQ(ParseImport({"import", "c.xml", "--mode", "add-update"}).mode, 0);
+  EXPECT_EQ(ParseImport({"import", "c.xml", "--mode", "add"}).mode, 1);
+  EXPECT_EQ(ParseImport({"import", "c.xml", "--mode", "update"}).mode, 2);
+  EXPECT_EQ(ParseImport({"import", "c.xml", "--mode=1"}).mode, 1);
+  EXPECT_EQ(ParseCommandLine({"import", "c.xml", "--mode=Add"}).error,
+            "--mode takes add-update (0), add (1) or update (2)");
+}
+
+TEST(ParseCommandLine, AnOptionIsNeverTakenForAFileName) {
+  EXPECT_EQ(ParseCommandLine({"import", "c.xml", "--db", "--media"}).error, "--db needs a file");
+  EXPECT_EQ(ParseCommandLine({"init", "-x"}).error,
+            "unknown option '-x' (a file whose name starts with '-' is given as ./-x)");
+  EXPECT_EQ(std::get<InitCommand>(*ParseCommandLine({"init", "--", "-x"}).command).database, "-x");
+  EXPECT_EQ(ParseImport({"import", "--", "-c.xml"}).catalog, "-c.xml");
+  EXPECT_EQ(ParseCommandLine({"import", "c.xml", "--media=yes"}).error, "option '--media' takes no value");
+}
+
+TEST(ParseCommandLine, EveryCommandHasItsHelp) {
+  for (const std::string verb : {"init", "import", "check", "restore"}) {
+    ParseResult r = ParseCommandLine({verb, "--help"});
+    ASSERT_TRUE(r.command.has_value()) << verb;
+    EXPECT_EQ(std::get<HelpCommand>(*r.command).topic, verb);
+    EXPECT_NE(std::string(UsageOf(verb)), std::string(kUsage));
+    EXPECT_EQ(std::string(UsageOf(verb)).rfind("Usage:\n  cvimport " + verb + " ", 0), 0u) << verb;
+  }
+  EXPECT_EQ(std::get<HelpCommand>(*ParseCommandLine({"import", "c.xml", "-h"}).command).topic, "import");
+  EXPECT_TRUE(std::holds_alternative<VersionCommand>(*ParseCommandLine({"--version"}).command));
+}
+
+TEST(ParseCommandLine, BackupTakesAFileOnlyAfterAnEqualsSign) {
+  ImportCommand plain = ParseImport({"import", "--backup", "c.xml"});
+  EXPECT_EQ(plain.catalog, "c.xml");
+  EXPECT_EQ(plain.backup, "");
+  ImportCommand named = ParseImport({"import", "c.xml", "--backup=copy.db"});
+  EXPECT_EQ(named.backup, "copy.db");
+  EXPECT_FALSE(ParseImport({"import", "c.xml"}).backup.has_value());
+  EXPECT_EQ(ParseCommandLine({"import", "c.xml", "--backup="}).error, "--backup= needs a file");
+  EXPECT_EQ(ParseCommandLine({"check", "c.xml", "--backup"}).error, "unknown option '--backup'");
+  EXPECT_TRUE(ParseImport({"import", "c.xml", "--no-create"}).no_create);
+}
+
+TEST(ParseCommandLine, RestoreTakesTheBackupAndTheDatabase) {
+  RestoreCommand r = std::get<RestoreCommand>(*ParseCommandLine({"restore", "b.bak", "--db=shop.db"}).command);
+  EXPECT_EQ(r.backup, "b.bak");
+  EXPECT_EQ(r.database, "shop.db");
+  EXPECT_EQ(ParseCommandLine({"restore", "b.bak"}).error,
+            "restore needs --db, the database to put the backup in place of");
+  EXPECT_EQ(ParseCommandLine({"restore", "--db", "x.db"}).error, "restore needs the backup file");
 }
 
 }  // namespace
