@@ -115,9 +115,10 @@ std::string QuotedName(std::string_view name) {
 }  // namespace
 
 std::size_t NameHash::operator()(std::string_view name) const {
-  std::size_t h = 14695981039346656037ull;
+  // 64-bit FNV-1a over the folded bytes (std::size_t is 32 bits wide on some targets: cut at the end).
+  std::uint64_t h = 14695981039346656037ull;
   for (char c : name) h = (h ^ static_cast<unsigned char>(FoldAsciiCase(c))) * 1099511628211ull;
-  return h;
+  return static_cast<std::size_t>(h);
 }
 
 bool NameEqual::operator()(std::string_view a, std::string_view b) const { return EqualsIgnoringCase(a, b); }
